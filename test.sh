@@ -1,0 +1,14 @@
+#!/usr/bin/env bash
+# Sets everything up and runs every test: first under AddressSanitizer and
+# UndefinedBehaviorSanitizer, then the release build.
+set -euo pipefail
+cd "$(dirname "$0")"
+scripts/install-deps.sh --test
+
+scripts/build.sh asan
+echo "== tests under ASan+UBSan"
+ctest --preset asan --output-on-failure -j"$(nproc)"
+
+scripts/build.sh release
+echo "== tests (release build)"
+ctest --preset release --output-on-failure -j"$(nproc)"
