@@ -34,11 +34,17 @@ void Runner::reinitialize(uint64_t seed) {
     m_worldWidth = width;
 }
 
-int64_t Runner::scoreFor(double distance) { return checkedTruncate(distance / pointsPerScore); }
+int64_t Runner::scoreFor(double distance) {
+    return checkedTruncate(distance / pointsPerScore);
+}
 
-double Runner::speedAt(double elapsed) { return std::min(initialSpeed + acceleration * elapsed, maximumSpeed); }
+double Runner::speedAt(double elapsed) {
+    return std::min(initialSpeed + acceleration * elapsed, maximumSpeed);
+}
 
-double Runner::difficultyAt(double elapsed) { return std::min(elapsed / difficultyRamp, 1.0); }
+double Runner::difficultyAt(double elapsed) {
+    return std::min(elapsed / difficultyRamp, 1.0);
+}
 
 int64_t Runner::speedLevelAt(double elapsed) {
     return std::min(checkedTruncate(difficultyAt(elapsed) * speedLevels) + 1, speedLevels);
@@ -104,7 +110,9 @@ void Runner::takeOff() {
     m_jumps = checkedAdd(m_jumps, 1);
 }
 
-void Runner::releaseJump() { m_jumpReleased = true; }
+void Runner::releaseJump() {
+    m_jumpReleased = true;
+}
 
 void Runner::setDucking(bool down) {
     if (m_phase != RunPhase::running) {
@@ -128,7 +136,9 @@ void Runner::pause() {
     m_jumpBuffer = 0;
 }
 
-void Runner::reset() { reinitialize(m_randomState); }
+void Runner::reset() {
+    reinitialize(m_randomState);
+}
 
 void Runner::advance(double delta) {
     if (m_phase != RunPhase::running) {

@@ -26,8 +26,12 @@ void* operator new(std::size_t size) {
     }
     throw std::bad_alloc();
 }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete(void* p) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+    std::free(p);
+}
 
 namespace {
 
@@ -93,8 +97,8 @@ void BM_ScoreCelebrationsNoAward(benchmark::State& state) {
         benchmark::DoNotOptimize(awards);
         ++score;
     }
-    state.counters["allocs/iter"] =
-        benchmark::Counter(static_cast<double>(allocations.load() - before), benchmark::Counter::kAvgIterations);
+    state.counters["allocs/iter"] = benchmark::Counter(static_cast<double>(allocations.load() - before),
+                                                       benchmark::Counter::kAvgIterations);
 }
 BENCHMARK(BM_ScoreCelebrationsNoAward);
 

@@ -1,6 +1,6 @@
+#include "RunnerTestAccess.h"
 #include "VantrelCore/Obstacle.h"
 #include "VantrelCore/Runner.h"
-#include "RunnerTestAccess.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,9 @@ using namespace vantrel;
 
 namespace {
 
-Obstacle flyer(double x, double elevation) { return {1, x, 36, 22, false, ObstacleKind::pterodactyl, elevation}; }
+Obstacle flyer(double x, double elevation) {
+    return {1, x, 36, 22, false, ObstacleKind::pterodactyl, elevation};
+}
 
 bool touches(const Runner& runner, const Obstacle& obstacle) {
     for (const Rect& box : obstacle.collisionBoxes()) {

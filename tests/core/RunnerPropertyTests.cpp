@@ -20,14 +20,22 @@ public:
 
     Input next() {
         const uint32_t roll = m_engine() % 1000;
-        if (roll < 700) return Input::frame;
-        if (roll < 800) return Input::act;
-        if (roll < 850) return Input::release;
-        if (roll < 900) return Input::duckOn;
-        if (roll < 950) return Input::duckOff;
-        if (roll < 960) return Input::pause;
-        if (roll < 965) return Input::reset;
-        if (roll < 970) return Input::start;
+        if (roll < 700)
+            return Input::frame;
+        if (roll < 800)
+            return Input::act;
+        if (roll < 850)
+            return Input::release;
+        if (roll < 900)
+            return Input::duckOn;
+        if (roll < 950)
+            return Input::duckOff;
+        if (roll < 960)
+            return Input::pause;
+        if (roll < 965)
+            return Input::reset;
+        if (roll < 970)
+            return Input::start;
         return Input::oddDelta;
     }
 
@@ -51,15 +59,31 @@ private:
 
 void apply(Runner& runner, Input input, double delta) {
     switch (input) {
-    case Input::act: runner.act(); break;
-    case Input::release: runner.releaseJump(); break;
-    case Input::duckOn: runner.setDucking(true); break;
-    case Input::duckOff: runner.setDucking(false); break;
-    case Input::pause: runner.pause(); break;
-    case Input::reset: runner.reset(); break;
-    case Input::start: runner.start(); break;
+    case Input::act:
+        runner.act();
+        break;
+    case Input::release:
+        runner.releaseJump();
+        break;
+    case Input::duckOn:
+        runner.setDucking(true);
+        break;
+    case Input::duckOff:
+        runner.setDucking(false);
+        break;
+    case Input::pause:
+        runner.pause();
+        break;
+    case Input::reset:
+        runner.reset();
+        break;
+    case Input::start:
+        runner.start();
+        break;
     case Input::frame:
-    case Input::oddDelta: runner.advance(delta); break;
+    case Input::oddDelta:
+        runner.advance(delta);
+        break;
     }
 }
 
@@ -68,13 +92,19 @@ bool allowedTransition(Input input, RunPhase from, RunPhase to) {
         return input != Input::act || from == RunPhase::running;
     }
     switch (input) {
-    case Input::act: return to == RunPhase::running;
-    case Input::pause: return from == RunPhase::running && to == RunPhase::paused;
-    case Input::reset: return to == RunPhase::ready;
-    case Input::start: return to == RunPhase::running;
+    case Input::act:
+        return to == RunPhase::running;
+    case Input::pause:
+        return from == RunPhase::running && to == RunPhase::paused;
+    case Input::reset:
+        return to == RunPhase::ready;
+    case Input::start:
+        return to == RunPhase::running;
     case Input::frame:
-    case Input::oddDelta: return from == RunPhase::running && (to == RunPhase::paused || to == RunPhase::over);
-    default: return false;
+    case Input::oddDelta:
+        return from == RunPhase::running && (to == RunPhase::paused || to == RunPhase::over);
+    default:
+        return false;
     }
 }
 

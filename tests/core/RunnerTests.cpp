@@ -1,5 +1,5 @@
-#include "VantrelCore/Runner.h"
 #include "RunnerTestAccess.h"
+#include "VantrelCore/Runner.h"
 
 #include <gtest/gtest.h>
 
@@ -22,8 +22,7 @@ Runner clearRunway(uint64_t seed = 5) {
 }
 
 // Advances one frame at a time until the predicate holds; fails after `limit` frames.
-template <typename Predicate>
-void advanceUntil(Runner& runner, Predicate done, int limit = 1000) {
+template <typename Predicate> void advanceUntil(Runner& runner, Predicate done, int limit = 1000) {
     for (int i = 0; i < limit && !done(runner); ++i) {
         runner.advance(1.0 / 120);
     }
@@ -283,7 +282,8 @@ TEST(Runner, DuckingOutsideRunningLeavesDownReleased) {
 
     Runner over(2);
     over.act();
-    advanceUntil(over, [](const Runner& r) { return r.phase() == RunPhase::over; }, 20000);
+    advanceUntil(
+        over, [](const Runner& r) { return r.phase() == RunPhase::over; }, 20000);
     over.setDucking(true);
     EXPECT_FALSE(over.downHeld());
 }
@@ -375,7 +375,8 @@ TEST(Runner, CrashFreezesTheRun) {
     Runner runner(11);
     runner.act();
     // Never jump again: the opening cactus ends the run.
-    advanceUntil(runner, [](const Runner& r) { return r.phase() == RunPhase::over; }, 5000);
+    advanceUntil(
+        runner, [](const Runner& r) { return r.phase() == RunPhase::over; }, 5000);
     const Runner atCrash = runner;
     runner.advance(1.0 / 60);
     runner.setDucking(true);

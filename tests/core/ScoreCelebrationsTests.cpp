@@ -7,7 +7,9 @@ using namespace vantrel;
 namespace {
 using Awards = std::vector<ScoreAward>;
 const ScoreAward best = ScoreAward::newBest();
-ScoreAward hundred(int64_t value) { return ScoreAward::milestone(value); }
+ScoreAward hundred(int64_t value) {
+    return ScoreAward::milestone(value);
+}
 } // namespace
 
 TEST(ScoreCelebrations, FirstRunCelebratesAtHundred) {

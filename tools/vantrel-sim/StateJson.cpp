@@ -23,7 +23,9 @@ void appendInt(std::string& out, int64_t value) {
     out.append(buffer, result.ptr);
 }
 
-void appendBool(std::string& out, bool value) { out += value ? "true" : "false"; }
+void appendBool(std::string& out, bool value) {
+    out += value ? "true" : "false";
+}
 
 void key(std::string& out, const char* name) {
     out += '"';
