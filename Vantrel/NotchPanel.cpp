@@ -1,0 +1,104 @@
+#include "Vantrel/NotchPanel.h"
+
+#include "Vantrel/platform/WindowTraits.h"
+
+#include <QRegion>
+#include <QResizeEvent>
+#include <QWindow>
+
+#include <algorithm>
+
+namespace vantrel {
+
+NotchPanel::NotchPanel(WindowTraits& traits, QWidget* parent)
+    : QWidget(parent, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                          Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint),
+      m_traits(traits) {
+    setWindowTitle(QStringLiteral("Velt"));
+    setObjectName(QStringLiteral("vantrel-panel"));
+    setAttribute(Qt::WA_TranslucentBackground);
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    setAttribute(Qt::WA_DeleteOnClose, false);
+    setMouseTracking(true);
+    setFocusPolicy(Qt::StrongFocus);
+    winId(); // create the native window now, so its traits can be set before it is first shown
+}
+
+QPainterPath NotchPanel::outline(QSizeF size, double radius) {
+    const double maxX = size.width();
+    const double maxY = size.height();
+    const double ear = 7;
+    const double r = std::min(radius, maxY / 2);
+    QPainterPath path;
+    path.moveTo(0, 0);
+    path.lineTo(maxX, 0);
+    path.quadTo(maxX - ear, 0, maxX - ear, ear);
+    path.lineTo(maxX - ear, maxY - r);
+    path.quadTo(maxX - ear, maxY, maxX - ear - r, maxY);
+    path.lineTo(ear + r, maxY);
+    path.quadTo(ear, maxY, ear, maxY - r);
+    path.lineTo(ear, ear);
+    path.quadTo(ear, 0, 0, 0);
+    path.closeSubpath();
+    return path;
+}
+
+void NotchPanel::setAcceptsGameInput(bool accepts) {
+    if (m_acceptsGameInput == accepts) {
+        return;
+    }
+    m_acceptsGameInput = accepts;
+    // On the native window only: QWidget::setWindowFlag would re-create and hide the panel.
+    if (QWindow* window = windowHandle()) {
+        window->setFlag(Qt::WindowDoesNotAcceptFocus, !accepts);
+    }
+}
+
+void NotchPanel::setCornerRadius(double radius) {
+    if (m_radius != radius) {
+        m_radius = radius;
+        updateMask();
+    }
+}
+
+void NotchPanel::setContent(QWidget* content) {
+    delete m_content;
+    m_content = content;
+    if (m_content != nullptr) {
+        m_content->setParent(this);
+        m_content->setGeometry(rect());
+        m_content->show();
+    }
+}
+
+void NotchPanel::orderFront() {
+    if (isVisible()) {
+        raise();
+        return;
+    }
+    m_traits.applyPanelTraits(windowHandle());
+    show();
+    raise();
+    m_traits.applyPanelTraits(windowHandle());
+}
+
+void NotchPanel::orderOut() {
+    hide();
+}
+
+void NotchPanel::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    if (m_content != nullptr) {
+        m_content->setGeometry(rect());
+    }
+    updateMask();
+}
+
+// The window's shape is the notch outline: outside it the panel neither draws
+// nor takes clicks, which reach whatever lies underneath.
+void NotchPanel::updateMask() {
+    QPolygon polygon = outline(size(), m_radius).toFillPolygon().toPolygon();
+    setMask(QRegion(polygon));
+}
+
+} // namespace vantrel

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <Qt>
+
+namespace vantrel {
+
+// What a key does to the open playfield. Pure, so the whole table can be tested.
+enum class PanelKeyAction { none, act, releaseJump, duck, stopDucking, togglePause, freshRun, close };
+
+struct PanelKeyDecision {
+    bool handled = false; // swallowed: nothing else in the application sees the key
+    PanelKeyAction action = PanelKeyAction::none;
+    friend bool operator==(const PanelKeyDecision&, const PanelKeyDecision&) = default;
+};
+
+struct PanelKeyEvent {
+    bool press = true;
+    int key = 0;                // Qt::Key
+    quint32 nativeScanCode = 0; // X11 keycode; 0 when the platform gives none
+    Qt::KeyboardModifiers modifiers;
+    bool autoRepeat = false;
+};
+
+// R and P go by their position on the keyboard (X11 keycodes of the evdev
+// layout), not by the letter they type, so they work with any layout.
+constexpr quint32 keycodeR = 27;
+constexpr quint32 keycodeP = 33;
+
+PanelKeyDecision decidePanelKey(const PanelKeyEvent& event);
+
+} // namespace vantrel

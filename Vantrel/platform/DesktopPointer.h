@@ -1,0 +1,49 @@
+#pragma once
+
+#include <QObject>
+#include <QPointF>
+#include <QTimer>
+
+namespace vantrel {
+
+// Pointer movements and button changes anywhere on the desktop, not only over
+// our own windows. While inactive nothing runs, so a still desktop costs nothing.
+class DesktopPointer : public QObject {
+    Q_OBJECT
+
+public:
+    using QObject::QObject;
+
+    virtual void setActive(bool active) = 0;
+    virtual bool isActive() const = 0;
+    // Global position in Qt's device-independent coordinates.
+    virtual QPointF position() const = 0;
+    // A mouse button is held (any of the first three).
+    virtual bool buttonsPressed() const = 0;
+
+signals:
+    // The pointer moved or a button went down or up.
+    void changed();
+};
+
+// Fallback where desktop-wide pointer events are not available: samples the
+// pointer 20 times a second, and only while active. Sees buttons only over our windows.
+class PolledDesktopPointer final : public DesktopPointer {
+    Q_OBJECT
+
+public:
+    explicit PolledDesktopPointer(QObject* parent = nullptr);
+
+    void setActive(bool active) override;
+    bool isActive() const override { return m_timer.isActive(); }
+    QPointF position() const override;
+    bool buttonsPressed() const override;
+
+private:
+    void sample();
+
+    QTimer m_timer;
+    QPointF m_last;
+};
+
+} // namespace vantrel
