@@ -169,7 +169,7 @@ void GameStore::setHoverToPeek(bool hover) {
 }
 
 void GameStore::persistBest() {
-    setBest(std::max(m_runner.score(), m_best));
+    setBest(std::max<qint64>(m_runner.score(), m_best));
     writeSetting(bestScoreKey, QVariant::fromValue<qint64>(m_best));
 }
 
