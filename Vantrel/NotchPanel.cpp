@@ -1,5 +1,6 @@
 #include "Vantrel/NotchPanel.h"
 
+#include "Vantrel/NotchShape.h"
 #include "Vantrel/platform/WindowTraits.h"
 
 #include <QRegion>
@@ -22,25 +23,6 @@ NotchPanel::NotchPanel(WindowTraits& traits, QWidget* parent)
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
     winId(); // create the native window now, so its traits can be set before it is first shown
-}
-
-QPainterPath NotchPanel::outline(QSizeF size, double radius) {
-    const double maxX = size.width();
-    const double maxY = size.height();
-    const double ear = 7;
-    const double r = std::min(radius, maxY / 2);
-    QPainterPath path;
-    path.moveTo(0, 0);
-    path.lineTo(maxX, 0);
-    path.quadTo(maxX - ear, 0, maxX - ear, ear);
-    path.lineTo(maxX - ear, maxY - r);
-    path.quadTo(maxX - ear, maxY, maxX - ear - r, maxY);
-    path.lineTo(ear + r, maxY);
-    path.quadTo(ear, maxY, ear, maxY - r);
-    path.lineTo(ear, ear);
-    path.quadTo(ear, 0, 0, 0);
-    path.closeSubpath();
-    return path;
 }
 
 void NotchPanel::setAcceptsGameInput(bool accepts) {
@@ -97,7 +79,7 @@ void NotchPanel::resizeEvent(QResizeEvent* event) {
 // The window's shape is the notch outline: outside it the panel neither draws
 // nor takes clicks, which reach whatever lies underneath.
 void NotchPanel::updateMask() {
-    QPolygon polygon = outline(size(), m_radius).toFillPolygon().toPolygon();
+    QPolygon polygon = NotchShape{m_radius}.path(QRectF(rect())).toFillPolygon().toPolygon();
     setMask(QRegion(polygon));
 }
 

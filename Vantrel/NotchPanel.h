@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QPainterPath>
 #include <QWidget>
 
 namespace vantrel {
@@ -20,10 +19,6 @@ public:
     static constexpr double collapsedRadius = 13;
 
     explicit NotchPanel(WindowTraits& traits, QWidget* parent = nullptr);
-
-    // The black area for a panel of this size: 7-pixel ears meeting the top edge
-    // on both sides and the bottom corners rounded by `radius` (at most half the height).
-    static QPainterPath outline(QSizeF size, double radius);
 
     bool acceptsGameInput() const { return m_acceptsGameInput; }
     void setAcceptsGameInput(bool accepts);

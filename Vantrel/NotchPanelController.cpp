@@ -4,13 +4,13 @@
 #include "Vantrel/GameStore.h"
 #include "Vantrel/NotchHoverMonitor.h"
 #include "Vantrel/NotchPanel.h"
+#include "Vantrel/NotchView.h"
 #include "Vantrel/PanelKeys.h"
 #include "Vantrel/PanelSpringAnimator.h"
 
 #include <QApplication>
 #include <QCursor>
 #include <QKeyEvent>
-#include <QPainter>
 #include <QScreen>
 #include <QSettings>
 #include <QTimer>
@@ -22,27 +22,19 @@ namespace vantrel {
 
 namespace {
 
-// Stands in until a richer view is plugged in: the black notch, and a click opens the playfield.
-class PlainNotchContent final : public QWidget {
-public:
-    explicit PlainNotchContent(NotchPanelController& controller) : m_controller(controller) {}
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        painter.fillRect(rect(), Qt::black);
-    }
-    void mousePressEvent(QMouseEvent*) override {
-        if (!m_controller.store().expanded()) {
-            m_controller.expand();
-        } else {
-            m_controller.store().act();
+// The game's own content: the notch view, wired to the controller's actions.
+QWidget* makeNotchView(NotchPanelController& controller) {
+    auto* view = new NotchView(controller.store());
+    QObject::connect(view, &NotchView::openRequested, &controller, [&controller] { controller.expand(); });
+    QObject::connect(view, &NotchView::closeRequested, &controller,
+                     [&controller] { controller.collapse(true); });
+    QObject::connect(view, &NotchView::optionsRequested, &controller, [&controller](QPoint) {
+        if (controller.showOptions) {
+            controller.showOptions();
         }
-    }
-
-private:
-    NotchPanelController& m_controller;
-};
+    });
+    return view;
+}
 
 } // namespace
 
@@ -54,7 +46,7 @@ NotchPanelController::NotchPanelController(std::unique_ptr<QSettings> settings, 
       m_hoverMonitor(new NotchHoverMonitor(*m_services.pointer, clock, this)),
       m_springAnimator(new PanelSpringAnimator(clock, this)) {
     m_springAnimator->setReduceMotion(m_services.systemSignals->reduceMotion());
-    m_panel->setContent(contentFactory ? contentFactory(*this) : new PlainNotchContent(*this));
+    m_panel->setContent(contentFactory ? contentFactory(*this) : makeNotchView(*this));
 
     selectScreen(false);
     layout(false);

@@ -3,6 +3,7 @@
 #include "Vantrel/GlobalShortcut.h"
 #include "Vantrel/NotchPanelController.h"
 #include "Vantrel/QuitOnSignal.h"
+#include "Vantrel/RetroFont.h"
 #include "Vantrel/platform/Platform.h"
 
 #include <QApplication>
@@ -72,6 +73,7 @@ int main(int argc, char** argv) {
         }
     }
 
+    RetroFont::registerFont();
     SteadyClock clock;
     QuitOnSignal quitOnSignal;
     NotchPanelController controller(std::move(settings), clock, std::move(services));
