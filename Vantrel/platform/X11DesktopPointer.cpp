@@ -63,6 +63,7 @@ void X11DesktopPointer::setActive(bool active) {
     select(active);
     if (active) {
         query();
+        drain(false); // the position just read is newer than anything queued
     }
 }
 
@@ -81,25 +82,34 @@ void X11DesktopPointer::select(bool on) {
     xcb_flush(m_connection);
 }
 
-void X11DesktopPointer::readEvents() {
+// Takes every event xcb holds; true when one of them was a pointer event.
+// `fromSocket` also reads the socket; without it only what xcb already queued
+// while waiting for a reply, which the socket notifier would never announce.
+bool X11DesktopPointer::drain(bool fromSocket) {
     bool pointerEvent = false;
-    while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
-        if ((event->response_type & 0x7f) == XCB_GE_GENERIC) {
-            auto* ge = reinterpret_cast<xcb_ge_generic_event_t*>(event);
-            if (ge->extension == m_xinputOpcode) {
-                pointerEvent = true;
-            }
+    while (xcb_generic_event_t* event =
+               fromSocket ? xcb_poll_for_event(m_connection) : xcb_poll_for_queued_event(m_connection)) {
+        if ((event->response_type & 0x7f) == XCB_GE_GENERIC &&
+            reinterpret_cast<xcb_ge_generic_event_t*>(event)->extension == m_xinputOpcode) {
+            pointerEvent = true;
         }
         std::free(event);
     }
+    return pointerEvent;
+}
+
+void X11DesktopPointer::readEvents() {
+    bool pointerEvent = drain(true);
     if (xcb_connection_has_error(m_connection) != 0) {
         // The server went away; stop listening instead of spinning on a dead socket.
         m_notifier->setEnabled(false);
         return;
     }
-    if (pointerEvent && m_active) {
+    // The position query can pull newer events into xcb's queue: keep going until it is empty.
+    while (pointerEvent && m_active) {
         query();
         emit changed();
+        pointerEvent = drain(false);
     }
 }
 

@@ -29,6 +29,7 @@ public:
 
 private:
     X11DesktopPointer(xcb_connection_t* connection, uint8_t xinputOpcode, QObject* parent);
+    bool drain(bool fromSocket);
     void readEvents();
     void query();
     void select(bool on);

@@ -59,24 +59,31 @@ std::optional<uint32_t> X11SystemSignals::currentDesktop() const {
 }
 
 void X11SystemSignals::readEvents() {
-    bool desktopTouched = false;
-    while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
-        if ((event->response_type & 0x7f) == XCB_PROPERTY_NOTIFY) {
-            auto* notify = reinterpret_cast<xcb_property_notify_event_t*>(event);
-            desktopTouched = desktopTouched || notify->atom == m_currentDesktopAtom;
+    bool fromSocket = true;
+    for (;;) {
+        bool desktopTouched = false;
+        // After a property read, only what xcb queued meanwhile (the socket notifier never sees those).
+        while (xcb_generic_event_t* event =
+                   fromSocket ? xcb_poll_for_event(m_connection) : xcb_poll_for_queued_event(m_connection)) {
+            if ((event->response_type & 0x7f) == XCB_PROPERTY_NOTIFY) {
+                auto* notify = reinterpret_cast<xcb_property_notify_event_t*>(event);
+                desktopTouched = desktopTouched || notify->atom == m_currentDesktopAtom;
+            }
+            std::free(event);
         }
-        std::free(event);
-    }
-    if (xcb_connection_has_error(m_connection) != 0) {
-        m_notifier->setEnabled(false);
-        return;
-    }
-    if (desktopTouched) {
+        if (xcb_connection_has_error(m_connection) != 0) {
+            m_notifier->setEnabled(false);
+            return;
+        }
+        if (!desktopTouched) {
+            return;
+        }
         std::optional<uint32_t> desktop = currentDesktop();
         if (desktop != m_desktop) {
             m_desktop = desktop;
             emit workspaceChanged();
         }
+        fromSocket = false;
     }
 }
 

@@ -1,0 +1,275 @@
+"""A private X desktop for end-to-end tests: Xvfb on a free display, openbox,
+and the vantrel program, driven with xdotool and checked with window
+geometry and screenshots. Everything started here is stopped again."""
+
+import os
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+
+SKIP = 77  # ctest's SKIP_RETURN_CODE
+
+TOOLS = ["Xvfb", "openbox", "xdotool", "xwininfo", "xprop", "import", "xterm", "xrandr"]
+
+
+def skip(message):
+    print("SKIPPED: " + message, flush=True)
+    sys.exit(SKIP)
+
+
+def require_tools():
+    missing = [t for t in TOOLS if shutil.which(t) is None]
+    if missing:
+        skip("missing tools (scripts/install-deps.sh --test installs them): " + " ".join(missing))
+
+
+class Desktop:
+    def __init__(self, program, width=1280, height=800, extra_settings=""):
+        require_tools()
+        self.program = program
+        self.procs = []
+        self.tmp = tempfile.mkdtemp(prefix="vantrel-e2e-")
+        self.settings = os.path.join(self.tmp, "Vantrel.conf")
+        with open(self.settings, "w") as f:
+            f.write("[General]\n" + extra_settings)
+        self.display = self._start_xvfb(width, height)
+        self.env = dict(os.environ, DISPLAY=self.display, HOME=self.tmp, XDG_CONFIG_HOME=self.tmp,
+                        XDG_RUNTIME_DIR=self.tmp, QT_QPA_PLATFORM="xcb")
+        self.env.pop("DBUS_SESSION_BUS_ADDRESS", None)
+        self.env.pop("WAYLAND_DISPLAY", None)
+        self._spawn(["openbox", "--sm-disable"])
+        self.wait_for(lambda: self._wm_ready(), 10, "openbox did not start")
+        self.app = None
+
+    def _start_xvfb(self, width, height):
+        read_fd, write_fd = os.pipe()
+        proc = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(write_fd), "-screen", "0", "%dx%dx24" % (width, height),
+             "-nolisten", "tcp", "+extension", "RANDR", "+extension", "XInputExtension"],
+            pass_fds=(write_fd,), stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        self.procs.append(proc)
+        os.close(write_fd)
+        data = b""
+        deadline = time.time() + 15
+        while not data.endswith(b"\n") and time.time() < deadline:
+            chunk = os.read(read_fd, 16)
+            if not chunk:
+                break
+            data += chunk
+        os.close(read_fd)
+        if not data.strip():
+            self.close()
+            raise RuntimeError("Xvfb did not report a display")
+        return ":" + data.decode().strip()
+
+    def _spawn(self, argv, env=None, **kw):
+        proc = subprocess.Popen(argv, env=env or self.env, stdout=kw.get("stdout", subprocess.DEVNULL),
+                                stderr=kw.get("stderr", subprocess.DEVNULL), start_new_session=True)
+        self.procs.append(proc)
+        return proc
+
+    def run(self, *argv, check=True):
+        result = subprocess.run(list(argv), env=self.env, capture_output=True, text=True, timeout=30)
+        if check and result.returncode != 0:
+            raise RuntimeError("%s failed: %s" % (" ".join(argv), result.stderr.strip()))
+        return result.stdout
+
+    def _wm_ready(self):
+        out = subprocess.run(["xprop", "-root", "_NET_SUPPORTING_WM_CHECK"], env=self.env,
+                             capture_output=True, text=True).stdout
+        return "window id" in out
+
+    @staticmethod
+    def wait_for(condition, timeout, message):
+        deadline = time.time() + timeout
+        while time.time() < deadline:
+            if condition():
+                return
+            time.sleep(0.05)
+        raise AssertionError(message)
+
+    # --- the program -------------------------------------------------------
+
+    def start_vantrel(self, *args):
+        self.log = open(os.path.join(self.tmp, "vantrel.log"), "w")
+        self.app = self._spawn([self.program, "--settings-file", self.settings, "--verbose"] + list(args),
+                               stderr=self.log)
+        self.wait_for(lambda: self.panel_window() is not None, 10, "the panel window never appeared")
+        time.sleep(0.3)
+        return self.app
+
+    def stderr_text(self):
+        self.log.flush()
+        with open(os.path.join(self.tmp, "vantrel.log")) as f:
+            return f.read()
+
+    def panel_window(self):
+        out = subprocess.run(["xdotool", "search", "--name", "^Velt$"], env=self.env, capture_output=True,
+                             text=True).stdout.split()
+        return out[0] if out else None
+
+    def panel_viewable(self):
+        return self.panel_geometry() is not None
+
+    def panel_geometry(self):
+        """(x, y, width, height) of the panel on the root window, or None while it is not shown."""
+        wid = self.panel_window()
+        if wid is None:
+            return None
+        # The window manager may destroy the panel's frame while we ask: ask again.
+        for _ in range(5):
+            result = subprocess.run(["xwininfo", "-id", wid], env=self.env, capture_output=True, text=True)
+            if result.returncode == 0:
+                break
+            time.sleep(0.02)
+        info = result.stdout
+        if "IsViewable" not in info:
+            return None
+        values = {}
+        for line in info.splitlines():
+            line = line.strip()
+            for key in ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height"):
+                if line.startswith(key + ":"):
+                    values[key] = int(line.split(":")[1])
+        return (values["Absolute upper-left X"], values["Absolute upper-left Y"], values["Width"],
+                values["Height"])
+
+    def wait_geometry(self, predicate, timeout, message):
+        last = [None]
+
+        def check():
+            last[0] = self.panel_geometry()
+            return predicate(last[0])
+
+        try:
+            self.wait_for(check, timeout, message)
+        except AssertionError:
+            raise AssertionError("%s (last geometry %s)" % (message, last[0]))
+        return last[0]
+
+    # --- input -------------------------------------------------------------
+
+    def pointer(self):
+        out = self.run("xdotool", "getmouselocation", "--shell")
+        values = dict(line.split("=") for line in out.split())
+        return int(values["X"]), int(values["Y"])
+
+    def move_to(self, x, y):
+        """Moves the pointer with relative motion, which (unlike a warp) makes raw input events."""
+        for _ in range(3):
+            px, py = self.pointer()
+            if (px, py) == (x, y):
+                return
+            self.run("xdotool", "mousemove_relative", "--", str(x - px), str(y - py))
+        px, py = self.pointer()
+        if (px, py) != (x, y):
+            raise AssertionError("pointer at %s, wanted %s" % ((px, py), (x, y)))
+
+    def glide(self, points, pause=0.02):
+        for x, y in points:
+            self.move_to(x, y)
+            time.sleep(pause)
+
+    def key(self, *keys, window=None):
+        argv = ["xdotool", "key"]
+        if window:
+            argv += ["--window", window]
+        self.run(*(argv + list(keys)))
+
+    def active_window(self):
+        out = self.run("xdotool", "getactivewindow", check=False).strip()
+        return out or None
+
+    def start_xterm(self, title, geometry="80x24+100+200"):
+        self._spawn(["xterm", "-T", title, "-geometry", geometry])
+        found = []
+
+        def window():
+            out = subprocess.run(["xdotool", "search", "--name", "^%s$" % title], env=self.env,
+                                 capture_output=True, text=True).stdout.split()
+            found[:] = out
+            return bool(out)
+
+        self.wait_for(window, 10, "xterm %s did not appear" % title)
+        wid = found[0]
+        self.run("xdotool", "windowactivate", "--sync", wid, check=False)
+        self.wait_for(lambda: self.active_window() == wid, 5, "xterm %s did not get focus" % title)
+        return wid
+
+    # --- screenshots -------------------------------------------------------
+
+    def screenshot(self, x, y, width, height):
+        """Pixels of a screen rectangle as rows of (r, g, b)."""
+        data = subprocess.run(["import", "-silent", "-window", "root", "-crop",
+                               "%dx%d+%d+%d" % (width, height, x, y), "+repage", "-depth", "8", "ppm:-"],
+                              env=self.env, capture_output=True, timeout=30).stdout
+        header = []
+        pos = 0
+        while len(header) < 4:
+            end = data.index(b"\n", pos) if len(header) < 3 else data.index(b"\n", pos)
+            for token in data[pos:end].split():
+                header.append(token)
+            pos = end + 1
+        w, h = int(header[1]), int(header[2])
+        pixels = data[pos:pos + w * h * 3]
+        return [[tuple(pixels[(r * w + c) * 3:(r * w + c) * 3 + 3]) for c in range(w)] for r in range(h)]
+
+    # --- cleanup -----------------------------------------------------------
+
+    def stop_vantrel(self):
+        if self.app is not None and self.app.poll() is None:
+            self.app.send_signal(signal.SIGTERM)
+            try:
+                return self.app.wait(10)
+            except subprocess.TimeoutExpired:
+                self.app.kill()
+                raise AssertionError("vantrel did not quit on SIGTERM")
+        return self.app.returncode if self.app else None
+
+    def close(self):
+        for proc in reversed(self.procs):
+            if proc.poll() is None:
+                try:
+                    proc.terminate()
+                    proc.wait(5)
+                except Exception:
+                    proc.kill()
+        shutil.rmtree(self.tmp, ignore_errors=True)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exc):
+        self.close()
+
+
+def run_checks(checks):
+    """Runs named check functions in order; prints each outcome; returns the exit status."""
+    failed = 0
+    for name, check in checks:
+        started = time.time()
+        try:
+            check()
+            print("PASS %s (%.1f s)" % (name, time.time() - started), flush=True)
+        except Exception as error:  # a failed assertion or a broken tool: both fail the test
+            failed += 1
+            print("FAIL %s: %s" % (name, error), flush=True)
+    return 1 if failed else 0
+
+
+# --- reading screenshots of the playfield -----------------------------------
+
+def bright(pixel):
+    return min(pixel) > 180
+
+
+def dino_rows(pixels, columns):
+    """Top and bottom rows of the bright figure within `columns` between the
+    score row and the control row: the dinosaur."""
+    rows = [r for r in range(30, len(pixels) - 40) if any(bright(pixels[r][c]) for c in columns)]
+    if not rows:
+        return None
+    return min(rows), max(rows)
