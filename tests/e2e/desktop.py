@@ -97,8 +97,10 @@ class Desktop:
         self.log = open(os.path.join(self.tmp, "vantrel.log"), "w")
         self.app = self._spawn([self.program, "--settings-file", self.settings, "--verbose"] + list(args),
                                stderr=self.log)
-        self.wait_for(lambda: self.panel_window() is not None, 10, "the panel window never appeared")
-        time.sleep(0.3)
+        self.wait_for(lambda: self.panel_window() is not None, 20, "the panel window never appeared")
+        # The shortcut is registered last, right before the event loop starts: then it is ready.
+        self.wait_for(lambda: "vantrel: shortcut" in self.stderr_text(), 20, "vantrel did not finish starting")
+        time.sleep(0.2)
         return self.app
 
     def stderr_text(self):

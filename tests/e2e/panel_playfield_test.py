@@ -23,8 +23,11 @@ def main(program):
             return d.screenshot(*EXPANDED)
 
         def dino():
-            rows = dino_rows(shot(), DINO_COLUMNS)
-            assert rows is not None, "no dinosaur on the runway"
+            pixels = shot()
+            rows = dino_rows(pixels, DINO_COLUMNS)
+            if rows is None:
+                d.run("import", "-window", "root", "/tmp/vantrel-e2e-nodino.png", check=False)
+            assert rows is not None, "no dinosaur on the runway (screen saved in /tmp/vantrel-e2e-nodino.png)"
             return rows
 
         def click_on_tab_expands():
