@@ -56,6 +56,10 @@ Options parseOptions(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     const Options options = parseOptions(argc, argv);
+    // Wayland gives clients no desktop-wide pointer, shortcut or focus: run through XWayland.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        qputenv("QT_QPA_PLATFORM", "xcb");
+    }
 
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Vantrel"));

@@ -1,0 +1,49 @@
+"""Whole-process measurements of the notch panel on a private Xvfb with openbox:
+  1. idle wake-ups: system calls of every thread of vantrel over 30 s with the
+     panel collapsed and the pointer resting away from it (strace -f -c);
+  2. the expansion animation against a real X server (bench_panel on xcb).
+Usage: python3 bench/panel_measure.py build/release [seconds]"""
+
+import os
+import subprocess
+import sys
+import time
+
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "tests", "e2e"))
+from desktop import Desktop  # noqa: E402
+
+
+def main(build, seconds):
+    program = os.path.join(build, "Vantrel", "vantrel")
+    with Desktop(program) as d:
+        app = d.start_vantrel()
+        d.move_to(900, 500)
+        time.sleep(1.0)
+        proc = subprocess.Popen(["strace", "-f", "-c", "-p", str(app.pid)], env=d.env,
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        time.sleep(seconds)
+        proc.send_signal(2)
+        _, summary = proc.communicate(timeout=30)
+        print("== idle: system calls of vantrel (all threads) over %d s, panel collapsed, pointer still" % seconds)
+        print(summary.strip() or "(no system calls at all)")
+
+        print("== the same %d s with the pointer moving far from the panel (50 moves)" % 10)
+        proc = subprocess.Popen(["strace", "-f", "-c", "-p", str(app.pid)], env=d.env,
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        for i in range(50):
+            d.move_to(900 + (i % 2) * 20, 500)
+            time.sleep(0.2)
+        proc.send_signal(2)
+        _, summary = proc.communicate(timeout=30)
+        print(summary.strip())
+        d.stop_vantrel()
+
+        print("== expansion animation on X11")
+        bench = os.path.join(build, "bench", "bench_panel")
+        env = dict(d.env, QT_QPA_PLATFORM="xcb")
+        print(subprocess.run([bench, "--benchmark_filter=Expansion"], env=env, capture_output=True,
+                             text=True).stdout)
+
+
+if __name__ == "__main__":
+    main(sys.argv[1], int(sys.argv[2]) if len(sys.argv) > 2 else 30)
