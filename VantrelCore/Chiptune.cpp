@@ -90,6 +90,8 @@ std::vector<float> render(std::span<const Note> notes) {
     for (const Note& note : notes) {
         const auto start = static_cast<int64_t>(note.at * rate);
         const auto count = static_cast<int64_t>(note.duration * rate);
+        const bool glides = note.endMIDI.has_value() && *note.endMIDI != note.midi;
+        const double steadyFrequency = 440 * std::exp2((note.midi - 69) / 12);
         double phase = 0.0;
         for (int64_t i = 0; i < count; ++i) {
             const int64_t k = start + i;
@@ -98,8 +100,9 @@ std::vector<float> render(std::span<const Note> notes) {
             }
             const double t = static_cast<double>(i) / rate;
             const double p = t / note.duration;
-            const double m = pitchAt(note, i);
-            const double f = 440 * std::exp2((m - 69) / 12);
+            // Without a glide m is exactly `midi` on every sample (midi + 0 * p), so the
+            // frequency is computed once: same bits, a quarter of the work saved.
+            const double f = glides ? 440 * std::exp2((pitchAt(note, i) - 69) / 12) : steadyFrequency;
             // Advanced before use, so even a note's first sample has a non-zero phase.
             phase += f * twoPi / rate;
             const double s1 = std::sin(phase);

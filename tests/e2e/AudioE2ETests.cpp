@@ -42,17 +42,26 @@ protected:
             GTEST_SKIP() << "no sound server for the test: " << sound->why;
         }
         audio = std::make_unique<ArcadeAudio>();
-        // Start the stream before recording: when a stream starts on a running
-        // null sink the server mixes its first milliseconds into sink time the
-        // monitor has already delivered (a rewind), so they would be missing from
-        // the recording though a sound card would play them.
+        recording = std::make_unique<MonitorRecording>(sound->server);
+        const std::string why = recording->start();
+        ASSERT_EQ(why, "");
+        // Warm up: when a stream starts on a running null sink the server mixes its
+        // first milliseconds into sink time the monitor has already delivered (a
+        // rewind), so they are missing from the recording though a sound card would
+        // play them. The cues under test follow while the stream runs.
         audio->play(ArcadeCue::duck);
         ASSERT_TRUE(pumpUntil([&] { return quiet(); }));
         pump(100);
         ASSERT_TRUE(audio->mixer().isSinkRunning());
-        recording = std::make_unique<MonitorRecording>(sound->server);
-        const std::string why = recording->start();
-        ASSERT_EQ(why, "");
+    }
+    // The first index after the warm-up duck.
+    static std::size_t afterWarmUp(const std::vector<float>& rec) {
+        const std::ptrdiff_t onset = firstSound(rec);
+        if (onset < 0) {
+            return rec.size();
+        }
+        const std::size_t duckLength = Chiptune::samples(ArcadeCue::duck).size();
+        return static_cast<std::size_t>(lastSound(rec, onset, onset + duckLength)) + 1;
     }
     std::vector<float> finish() {
         pump(300); // the last sounds reach the sink
@@ -85,7 +94,7 @@ TEST_F(ArcadeAudioE2E, EachCueIsHeardWholeAtItsLength) {
     }
     const std::vector<float> rec = finish();
     ASSERT_GT(rec.size(), 44100u);
-    std::size_t cursor = 0;
+    std::size_t cursor = afterWarmUp(rec);
     for (ArcadeCue cue : allArcadeCues) {
         SCOPED_TRACE(std::string(toString(cue)));
         const std::vector<float> want = expectedSound(cue, ArcadeAudio::volume);
@@ -114,7 +123,7 @@ TEST_F(ArcadeAudioE2E, RewardsRaisedTogetherPlayOneAfterTheOther) {
 
     const std::vector<float> milestone = expectedSound(ArcadeCue::milestone, ArcadeAudio::volume);
     const std::vector<float> record = expectedSound(ArcadeCue::record, ArcadeAudio::volume);
-    const std::ptrdiff_t onset = firstSound(rec);
+    const std::ptrdiff_t onset = firstSound(rec, afterWarmUp(rec));
     ASSERT_GE(onset, 0);
     const auto mStart = static_cast<std::size_t>(onset - firstSound(milestone));
     // The milestone alone, whole: a record on top would show as a mismatch.
@@ -147,17 +156,21 @@ TEST_F(ArcadeAudioE2E, StopAllSilencesAtOnce) {
     const std::vector<float> rec = finish();
 
     const std::vector<float> record = expectedSound(ArcadeCue::record, ArcadeAudio::volume);
-    const std::ptrdiff_t onset = firstSound(rec);
+    const std::ptrdiff_t onset = firstSound(rec, afterWarmUp(rec));
     ASSERT_GE(onset, 0);
     const std::ptrdiff_t end = lastSound(rec, 0, rec.size());
     const double heard = (end - onset + 1) / rate;
     std::printf("stopAll after %.1f ms of sound; heard %.1f ms\n", stoppedAfter * 1000, heard * 1000);
     EXPECT_LT(heard, 0.5 * record.size() / rate); // far short of the whole record (740 ms)
     EXPECT_GT(heard, stoppedAfter - 0.06);
-    EXPECT_LT(heard, stoppedAfter + 0.06); // within the sink's latency of the call
+    EXPECT_LT(heard, stoppedAfter + 0.1); // within the stream's buffer (~70 ms here) of the call
 }
 
 int main(int argc, char** argv) {
+    // These tests check what is heard, not how soon: a larger buffer (~70 ms kept)
+    // keeps a busy test machine from underrunning the stream, which would insert
+    // gaps. The delay with the default buffer is measured in bench/.
+    setenv("VANTREL_AUDIO_BUFFER_BYTES", "16384", 0);
     QCoreApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     sound = new SoundServer;
