@@ -42,13 +42,22 @@ def main(program):
 
         standing = {}
 
+        def lifted_within(seconds):
+            """Heights of the dinosaur above where it stands, sampled until it is off the ground."""
+            heights = []
+            deadline = time.time() + seconds
+            while time.time() < deadline:
+                rows = dino_rows(shot(), DINO_COLUMNS)  # dimmed (paused) until the key is handled
+                heights.append(standing["bottom"] - rows[1] if rows else 0)
+                if heights[-1] > 10:
+                    break
+            return heights
+
         def space_jumps():
             top, bottom = dino()
             standing["top"], standing["bottom"] = top, bottom
             d.key("space")
-            lifted = []
-            for _ in range(6):
-                lifted.append(bottom - dino()[1])
+            lifted = lifted_within(1.5)
             assert max(lifted) > 10, "the dinosaur never left the ground: heights %s" % lifted
 
         # Each check below starts its own run with R: a run ends at the first
@@ -57,9 +66,7 @@ def main(program):
             d.key("p")  # paused first: R must start a run by itself
             time.sleep(0.3)
             d.key("r")
-            heights = []
-            for _ in range(4):
-                heights.append(standing["bottom"] - dino()[1])
+            heights = lifted_within(1.5)
             assert max(heights) > 10, "a fresh run starts with a jump; heights %s" % heights
             first = shot()
             time.sleep(0.2)
@@ -67,6 +74,7 @@ def main(program):
 
         def down_ducks():
             d.key("r")
+            lifted_within(1.0)
             d.run("xdotool", "keydown", "Down")  # in the air: falls faster, then ducks on landing
             try:
                 time.sleep(0.35)
@@ -83,7 +91,7 @@ def main(program):
 
         def p_pauses():
             d.key("r")
-            time.sleep(0.2)
+            lifted_within(1.0)
             d.key("p")
             time.sleep(0.15)
             first = shot()
@@ -121,6 +129,7 @@ def main(program):
             d.run("xdotool", "set_desktop", "1")
             d.wait_geometry(lambda g: g is None, 2.0, "the playfield stayed open over a workspace switch")
             d.run("xdotool", "set_desktop", "0")
+            time.sleep(0.5)  # let the switch back arrive before the pointer heads for the strip
 
         def out_of_taskbar_and_on_all_workspaces():
             d.move_to(CX, 300)
