@@ -148,6 +148,20 @@ TEST_F(GameStoreTest, BinaryGarbageFileDoesNotCrash) {
     store->act();
     EXPECT_EQ(store->runner().phase(), RunPhase::running);
     EXPECT_EQ(readFile(), junk); // nothing written yet
+
+    // The first write replaces the unreadable file, but a copy keeps what was there.
+    store->setRoomy(true);
+    QFile copy(path() + ".unreadable");
+    ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
+    EXPECT_EQ(copy.readAll(), junk);
+    EXPECT_EQ(QSettings(path(), QSettings::IniFormat).value("roomy").toString(), "true");
+
+    // A second unreadable file does not overwrite the first copy.
+    writeFile(junk + "more");
+    auto again = makeStore();
+    QFile second(path() + ".unreadable-2");
+    ASSERT_TRUE(second.open(QIODevice::ReadOnly));
+    EXPECT_EQ(second.readAll(), junk + "more");
 }
 
 TEST_F(GameStoreTest, OutOfRangeBestIsAbsent) {
