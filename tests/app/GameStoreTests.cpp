@@ -2,6 +2,7 @@
 #include "Vantrel/Clock.h"
 #include "Vantrel/GameStore.h"
 
+#include "GameStoreTestAccess.h"
 #include "RunnerTestAccess.h"
 
 #include <QFile>
@@ -14,17 +15,6 @@
 
 #include <memory>
 #include <vector>
-
-namespace vantrel {
-
-struct GameStoreTestAccess {
-    static void setRunner(GameStore& store, const Runner& runner) {
-        store.m_runner = runner;
-        emit store.runnerChanged();
-    }
-};
-
-} // namespace vantrel
 
 using namespace vantrel;
 
@@ -53,7 +43,8 @@ protected:
 
     std::unique_ptr<GameStore> makeStore(uint64_t seed = 11) {
         auto store = std::make_unique<GameStore>(settings(), m_clock, seed);
-        QObject::connect(store.get(), &GameStore::cuePlayed, [this](ArcadeCue cue) { m_cues.push_back(cue); });
+        QObject::connect(store.get(), &GameStore::cuePlayed,
+                         [this](ArcadeCue cue) { m_cues.push_back(cue); });
         return store;
     }
 
@@ -119,8 +110,9 @@ TEST_F(GameStoreTest, ShowTabIsTheFallbackForHoverToPeek) {
 }
 
 TEST_F(GameStoreTest, GarbageValuesCountAsAbsentAndOtherKeysSurvive) {
-    writeFile("[General]\nbestScore=lots\nsoundEnabled=3\nroomy=@Variant(garbage\nhoverToPeek=\nunrelated=keep me\n"
-              "[Other]\nvalue=42\n");
+    writeFile(
+        "[General]\nbestScore=lots\nsoundEnabled=3\nroomy=@Variant(garbage\nhoverToPeek=\nunrelated=keep me\n"
+        "[Other]\nvalue=42\n");
     auto store = makeStore();
     EXPECT_EQ(store->best(), 0);
     EXPECT_FALSE(store->soundEnabled());
