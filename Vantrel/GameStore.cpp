@@ -25,8 +25,8 @@ uint64_t systemSeed() {
 } // namespace
 
 GameStore::GameStore(std::unique_ptr<QSettings> settings, const Clock& clock, uint64_t seed, QObject* parent)
-    : QObject(parent), m_settings(std::move(settings)), m_clock(clock),
-      m_runner(seed != 0 ? seed : systemSeed()), m_audio(new ArcadeAudio(this)) {
+    : QObject(parent), m_settings(std::move(settings)), m_clock(clock), m_runner(seed != 0 ? seed : systemSeed()),
+      m_audio(new ArcadeAudio(this)) {
     m_best = settingsInteger(m_settings->value(bestScoreKey)).value_or(0);
     m_soundEnabled = settingsBool(m_settings->value(soundEnabledKey)).value_or(false);
     m_roomy = settingsBool(m_settings->value(roomyKey)).value_or(false);
