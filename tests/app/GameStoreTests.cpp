@@ -373,8 +373,8 @@ TEST_F(GameStoreTest, SoundOffDuringRewardStopsItAndSilencesLaterCues) {
     frame(*store);
     ASSERT_FALSE(m_cues.empty());
     store->setSoundEnabled(false);
-    EXPECT_TRUE(store->audio().queuedRewards().empty());
-    EXPECT_FALSE(store->audio().rewardSounding());
+    EXPECT_TRUE(store->audio().pendingRewards().empty());
+    EXPECT_EQ(store->audio().activeReward(), nullptr);
     m_cues.clear();
     GameStoreTestAccess::setRunner(*store, runnerNear(200, 0.5));
     frame(*store);
