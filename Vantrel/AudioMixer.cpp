@@ -25,6 +25,12 @@ constexpr qint64 marginBytes = 512; // 3 ms
 } // namespace
 
 AudioMixer::AudioMixer(QObject* parent) : QIODevice(parent) {
+    // A loaded machine may need more room against underruns, at the cost of delay.
+    bool ok = false;
+    const int requested = qEnvironmentVariableIntValue("VANTREL_AUDIO_BUFFER_BYTES", &ok);
+    if (ok && requested >= 4096 && requested <= 1 << 20) {
+        m_bufferBytes = requested;
+    }
     // Unbuffered: QIODevice would otherwise read 16 KiB (370 ms) ahead and delay every new sound.
     open(QIODevice::ReadOnly | QIODevice::Unbuffered);
     m_idleTimer.setSingleShot(true);

@@ -60,26 +60,13 @@ int main(int argc, char** argv) {
     if (pipe(fds) != 0) {
         return 1;
     }
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, fds[1], 1);
-    posix_spawn_file_actions_addclose(&actions, fds[0]);
-    std::vector<std::string> env;
-    for (char** e = environ; *e; ++e) {
-        env.emplace_back(*e);
-    }
-    std::vector<char*> envp;
-    for (auto& e : env) {
-        envp.push_back(e.data());
-    }
-    envp.push_back(nullptr);
     std::string device = std::string(PulseServer::sinkName) + ".monitor";
-    const char* args[] = {"parec",        "-d",           device.c_str(), "--format=float32le",
-                          "--rate=44100", "--channels=1", "--raw",        "--latency-msec=2",
-                          nullptr};
-    pid_t parec = -1;
-    posix_spawnp(&parec, "parec", &actions, nullptr, const_cast<char**>(args), envp.data());
-    posix_spawn_file_actions_destroy(&actions);
+    const pid_t parec = spawnProcess({"parec", "-d", device, "--format=float32le", "--rate=44100",
+                                      "--channels=1", "--raw", "--latency-msec=2"},
+                                     server.clientEnv(), "/dev/null", server.dir() + "/parec.log", fds[1]);
+    if (parec < 0) {
+        return 1;
+    }
     close(fds[1]);
 
     std::mutex lock;

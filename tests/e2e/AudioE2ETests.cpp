@@ -163,10 +163,14 @@ TEST_F(ArcadeAudioE2E, StopAllSilencesAtOnce) {
     std::printf("stopAll after %.1f ms of sound; heard %.1f ms\n", stoppedAfter * 1000, heard * 1000);
     EXPECT_LT(heard, 0.5 * record.size() / rate); // far short of the whole record (740 ms)
     EXPECT_GT(heard, stoppedAfter - 0.06);
-    EXPECT_LT(heard, stoppedAfter + 0.06); // within the sink's latency of the call
+    EXPECT_LT(heard, stoppedAfter + 0.1); // within the stream's buffer (~70 ms here) of the call
 }
 
 int main(int argc, char** argv) {
+    // These tests check what is heard, not how soon: a larger buffer (~70 ms kept)
+    // keeps a busy test machine from underrunning the stream, which would insert
+    // gaps. The delay with the default buffer is measured in bench/.
+    setenv("VANTREL_AUDIO_BUFFER_BYTES", "16384", 0);
     QCoreApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     sound = new SoundServer;

@@ -10,8 +10,8 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
-#include <spawn.h>
 #include <string>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -26,14 +26,11 @@ inline bool haveProgram(const std::string& name) {
     return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0;
 }
 
-// Starts `argv` with stdout and stderr sent to files; returns the pid or -1.
+// Starts `argv` with stdout and stderr sent to files; returns the pid or -1. The
+// child is sent SIGTERM if this process dies first, so a crashed or killed test
+// never leaves a server behind.
 inline pid_t spawnProcess(const std::vector<std::string>& argv, const std::vector<std::string>& extraEnv,
-                          const std::string& outPath, const std::string& errPath) {
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    posix_spawn_file_actions_addopen(&actions, 2, errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+                          const std::string& outPath, const std::string& errPath, int stdoutFd = -1) {
     std::vector<std::string> env;
     for (char** e = environ; *e; ++e) {
         env.emplace_back(*e);
@@ -49,10 +46,27 @@ inline pid_t spawnProcess(const std::vector<std::string>& argv, const std::vecto
         envp.push_back(const_cast<char*>(e.c_str()));
     }
     envp.push_back(nullptr);
-    pid_t pid = -1;
-    const int rc = posix_spawnp(&pid, args[0], &actions, nullptr, args.data(), envp.data());
-    posix_spawn_file_actions_destroy(&actions);
-    return rc == 0 ? pid : -1;
+    const pid_t parent = ::getpid();
+    const pid_t pid = ::fork();
+    if (pid != 0) {
+        return pid; // -1 on failure
+    }
+    // Child: only async-signal-safe calls until exec.
+    ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (::getppid() != parent) {
+        ::_exit(127);
+    }
+    const int in = ::open("/dev/null", O_RDONLY);
+    const int out = stdoutFd >= 0 ? stdoutFd : ::open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    const int err = ::open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (in < 0 || out < 0 || err < 0) {
+        ::_exit(127);
+    }
+    ::dup2(in, 0);
+    ::dup2(out, 1);
+    ::dup2(err, 2);
+    ::execvpe(args[0], args.data(), envp.data());
+    ::_exit(127);
 }
 
 // Sends `sig`, then SIGKILL if the process has not gone within `grace`.
@@ -164,7 +178,9 @@ private:
     pid_t m_pid = -1;
 };
 
-// Records the server's null sink as mono 32-bit float samples at 44.1 kHz.
+// Records the server's null sink as mono 32-bit float samples at 44.1 kHz. parec
+// keeps its default (large) buffer: a small one overflows on a busy machine and
+// drops samples from the recording.
 class MonitorRecording {
 public:
     explicit MonitorRecording(const PulseServer& server) : m_server(server) {}
@@ -175,10 +191,9 @@ public:
             return "parec (Debian package pulseaudio-utils) is not installed";
         }
         m_path = m_server.dir() + "/monitor.raw";
-        m_pid =
-            spawnProcess({"parec", "-d", std::string(PulseServer::sinkName) + ".monitor",
-                          "--format=float32le", "--rate=44100", "--channels=1", "--latency-msec=10", "--raw"},
-                         m_server.clientEnv(), m_path, m_server.dir() + "/parec.log");
+        m_pid = spawnProcess({"parec", "-d", std::string(PulseServer::sinkName) + ".monitor",
+                              "--format=float32le", "--rate=44100", "--channels=1", "--raw"},
+                             m_server.clientEnv(), m_path, m_server.dir() + "/parec.log");
         if (m_pid < 0) {
             return "cannot start parec";
         }
