@@ -2,6 +2,7 @@
 #include "Vantrel/Clock.h"
 #include "Vantrel/GameStore.h"
 
+#include "GameStoreTestAccess.h"
 #include "RunnerTestAccess.h"
 
 #include <QFile>
@@ -15,17 +16,6 @@
 #include <memory>
 #include <vector>
 
-namespace vantrel {
-
-struct GameStoreTestAccess {
-    static void setRunner(GameStore& store, const Runner& runner) {
-        store.m_runner = runner;
-        emit store.runnerChanged();
-    }
-};
-
-} // namespace vantrel
-
 using namespace vantrel;
 
 namespace {
@@ -34,9 +24,13 @@ class GameStoreTest : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
 
-    QString path() const { return m_dir.filePath("Vantrel.conf"); }
+    QString path() const { return m_dir.filePath(QStringLiteral("Vantrel-%1.conf").arg(m_fileIndex)); }
 
+    // Each written file gets a new name: QSettings caches parsed files by
+    // name, size and time, and two same-sized files written in the same second
+    // would look unchanged to it.
     void writeFile(const QByteArray& content) {
+        ++m_fileIndex;
         QFile file(path());
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         file.write(content);
@@ -75,6 +69,7 @@ protected:
     }
 
     QTemporaryDir m_dir;
+    int m_fileIndex = 0;
     ManualClock m_clock;
     std::vector<ArcadeCue> m_cues;
 };
@@ -157,7 +152,11 @@ TEST_F(GameStoreTest, BinaryGarbageFileDoesNotCrash) {
     EXPECT_EQ(QSettings(path(), QSettings::IniFormat).value("roomy").toString(), "true");
 
     // A second unreadable file does not overwrite the first copy.
-    writeFile(junk + "more");
+    {
+        QFile same(path());
+        ASSERT_TRUE(same.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        same.write(junk + "more");
+    }
     auto again = makeStore();
     QFile second(path() + ".unreadable-2");
     ASSERT_TRUE(second.open(QIODevice::ReadOnly));
