@@ -18,6 +18,11 @@ constexpr int jumpLead = 45;                // frames before a collision in whic
 constexpr int clearingJumpsTried = 3;       // take-off frames that clear an obstacle, tried before giving up
 constexpr std::size_t frameBudget = 30000;  // simulated frames per plan (about 8 ms)
 
+// Frames of slack kept where there is room: take off, duck and let go of a
+// fast fall this many frames earlier or later than the last possible moment,
+// so that an owner whose frames are not exactly 1/60 s long is still in time.
+constexpr int slack = 2;
+
 void press(Runner& runner, Controls from, Controls to) {
     // Down first: letting go of down and pressing jump in one frame must jump.
     if (to.down != from.down) {
@@ -198,10 +203,11 @@ private:
 
         // Duck under a flyer, pressing down as late as possible.
         if (!rootedLow(target)) {
-            for (const int earlier : {0, 1, 2, 4, 8, 16}) {
+            // With slack first, so an owner whose frames run a little long is still in time.
+            for (const int earlier : {slack, slack + 1, slack + 2, slack + 4, slack + 8, slack + 16, 1, 0}) {
                 const int from = last - earlier;
                 if (from < 0) {
-                    break;
+                    continue;
                 }
                 Node duck = before[static_cast<std::size_t>(from)];
                 bool clear = true;
@@ -214,16 +220,35 @@ private:
             }
         }
 
-        // Jump, taking off as late as possible.
+        // Jump, taking off as late as possible but with slack first. For a
+        // low obstacle the latest take-off that can clear it is the latest
+        // whose full jump clears it.
+        int latest = last;
+        if (rootedLow(target)) {
+            while (latest >= 0 && latest >= last - jumpLead &&
+                   !fullJumpClears(before[static_cast<std::size_t>(latest)], target.id)) {
+                --latest;
+            }
+            if (latest < 0 || latest < last - jumpLead || m_frames >= frameBudget) {
+                return false;
+            }
+        }
+        std::vector<int> takeOffs;
+        for (int takeOff = latest - slack; takeOff >= 0 && takeOff >= last - jumpLead; --takeOff) {
+            takeOffs.push_back(takeOff);
+        }
+        for (int takeOff = std::max(latest - slack + 1, 0); takeOff <= latest; ++takeOff) {
+            takeOffs.push_back(takeOff);
+        }
         int clearing = 0;
-        for (int takeOff = last; takeOff >= 0 && takeOff >= last - jumpLead; --takeOff) {
+        for (const int takeOff : takeOffs) {
             const Node& ground = before[static_cast<std::size_t>(takeOff)];
             if (ground.held.jump) {
                 continue; // the key must come up before it can be pressed again
             }
             Node jump = ground;
-            if (!play(jump, {true, false})) {
-                continue;
+            if (!play(jump, {true, false}) || !airborne(jump.runner)) {
+                continue; // crashed, or the press fell into the grace after a resume
             }
             const Outcome outcome = fromAir(jump, target.id);
             if (outcome == Outcome::found) {
@@ -239,6 +264,21 @@ private:
         return false;
     }
 
+    // Whether jumping now and holding the key gets past obstacle `id`.
+    bool fullJumpClears(const Node& ground, int64_t id) {
+        if (ground.held.jump) {
+            return false;
+        }
+        Node jump = ground;
+        Controls controls{true, false};
+        while (!passed(jump.runner, id)) {
+            if (jump.path.size() >= longestStretch || !play(jump, controls)) {
+                return false;
+            }
+        }
+        return true;
+    }
+
     // From the air: keep holding jump or let go now, with or without a fast
     // fall, down to the ground. With `mustPass` >= 0 only landings beyond that
     // obstacle count.
@@ -248,6 +288,18 @@ private:
         const bool hasTarget = targetNow != nullptr;
         const Obstacle target = hasTarget ? *targetNow : Obstacle{};
         auto meetsGoal = [&](const Node& n) { return mustPass < 0 || passed(n.runner, mustPass); };
+
+        if (start.held.down) {
+            // Already falling fast: keep at it, as a player would.
+            Node n = start;
+            bool clear = true;
+            while (clear && airborne(n.runner)) {
+                clear = n.path.size() < longestStretch && play(n, {start.held.jump, true});
+            }
+            if (clear && meetsGoal(n)) {
+                landings.push_back(std::move(n));
+            }
+        }
 
         const bool holdOptions[2] = {true, false};
         for (const bool hold : holdOptions) {
@@ -283,9 +335,22 @@ private:
                 return n;
             };
             const std::size_t frames = before.size();
+            if (frames == 0) {
+                continue;
+            }
             if (mustPass < 0) {
-                // The quickest way down, if nothing is in the way.
-                if (std::optional<Node> n = fall(0)) {
+                // The quickest way down. With an obstacle ahead only if the
+                // runner would still come down short of it when falling a
+                // little later: touching down just in front of it or grazing
+                // its edge leaves no room for frames that run long.
+                std::optional<Node> n = fall(0);
+                if (n && hasTarget) {
+                    const std::optional<Node> later = fall(std::min<std::size_t>(slack, before.size() - 1));
+                    if (!later || passed(later->runner, target.id) || passed(n->runner, target.id)) {
+                        n.reset();
+                    }
+                }
+                if (n) {
                     landings.push_back(std::move(*n));
                 }
             }
@@ -327,10 +392,20 @@ private:
                         lo = mid + 1;
                     }
                 }
+                if (lo + slack < frames) {
+                    if (std::optional<Node> later = clears(lo + slack)) {
+                        best = std::move(later);
+                    }
+                }
                 landings.push_back(std::move(*best));
             } else {
                 for (std::size_t at = 0; at < frames; ++at) {
                     if (std::optional<Node> n = clears(at)) {
+                        if (at + slack < frames) {
+                            if (std::optional<Node> later = clears(at + slack)) {
+                                n = std::move(later);
+                            }
+                        }
                         landings.push_back(std::move(*n));
                         break;
                     }
