@@ -17,17 +17,24 @@ struct Controls {
 };
 
 // A demonstration player. It looks at a Runner the way a player looks at the
-// screen (phase, height, velocity, speed, the obstacles on the runway, whether
-// the down key took effect) and answers with the keys to hold for the next
-// frame of 1/60 s. It touches the runner only through apply(), which presses
-// and releases keys the way a keyboard does.
+// screen (phase, height, velocity, speed, the obstacles in sight, whether the
+// down key took effect) and answers with the keys to hold for the next frame.
+// It touches the runner only through apply(), which presses and releases keys
+// the way a keyboard does.
 //
-// It plans on copies of the runner: a copy shows exactly what the player's
-// keys will do to the obstacles already on the runway. The copy would also
-// spawn the obstacles that come next, which no player can see, so every copy
-// gets a runway so wide that its spawns land far out of reach; plans rely on
-// the obstacles on the runway only, and the autopilot plans again whenever a
-// new one appears.
+// It plans on copies of the runner: a copy shows what the player's keys will
+// do against the obstacles already in sight. A copy would also spawn the
+// obstacles that come next, which no player can know, so every copy gets a
+// runway so wide that its spawns land far out of reach; an obstacle that has
+// spawned but is not yet in sight (its left edge still beyond worldWidth) is
+// left out of the plan, which ends once the runner is past the obstacles in
+// sight and back on the ground. A new obstacle coming into sight, or a runner
+// that no longer matches the plan, makes it plan again.
+//
+// Plans assume frames of frameTime. Where there is room it keeps two frames of
+// slack (takes off, ducks and falls a little before or after the last possible
+// moment), so an owner whose frames vary somewhat in length is still in time;
+// planning again on every mismatch keeps it on track.
 class Autopilot {
 public:
     static constexpr double frameTime = 1.0 / 60; // seconds
