@@ -9,7 +9,7 @@ namespace {
 
 using PlanStep = Autopilot::PlanStep;
 
-// The planner's copies get a runway this wide, so the obstacles they spawn
+// The planner's copies get a runway at least this wide, so the obstacles they spawn
 // appear millions of points away and never meet the runner within a plan.
 constexpr double unseenDistance = 1e7; // points
 
@@ -61,13 +61,14 @@ class PlanSearch {
 public:
     PlanSearch(const Runner& runner, Controls held, int64_t newestKnownID) : m_newestKnownID(newestKnownID) {
         Runner copy = runner;
-        copy.setWorldWidth(unseenDistance);
+        copy.setWorldWidth(std::max(unseenDistance, 1000 * runner.worldWidth()));
         m_root = Node{std::move(copy), held, {}};
     }
 
-    std::vector<PlanStep> run() {
-        const bool found =
-            airborne(m_root.runner) ? fromAir(m_root, -1) == Outcome::found : fromGround(m_root);
+    // The plan past every obstacle in sight; failing that, the line that
+    // survives longest, with `found` false.
+    std::vector<PlanStep> run(bool& found) {
+        found = airborne(m_root.runner) ? fromAir(m_root, -1) == Outcome::found : fromGround(m_root);
         if (!found) {
             return m_longestSurvival;
         }
@@ -456,8 +457,8 @@ Controls Autopilot::decide(const Runner& runner) {
 }
 
 bool Autopilot::planStillHolds(const Runner& runner) const {
-    if (m_next >= m_plan.size()) {
-        return false;
+    if (!m_planComplete || m_next >= m_plan.size()) {
+        return false; // a stopgap is replaced as soon as possible
     }
     for (const Obstacle& o : runner.obstacles()) {
         if (o.id > m_newestKnownID && inSight(runner, o)) {
@@ -477,7 +478,7 @@ void Autopilot::plan(const Runner& runner) {
         }
     }
     PlanSearch search(runner, m_held, m_newestKnownID);
-    m_plan = search.run();
+    m_plan = search.run(m_planComplete);
     m_next = 0;
     ++m_plansMade;
     m_framesSimulated += search.framesSimulated();
@@ -493,6 +494,7 @@ void Autopilot::reset() {
     m_plan.clear();
     m_next = 0;
     m_newestKnownID = -1;
+    m_planComplete = false;
 }
 
 const Obstacle* Autopilot::obstacleHit(const Runner& runner) {

@@ -79,6 +79,7 @@ private:
     Controls m_held;
     std::vector<PlanStep> m_plan;
     std::size_t m_next = 0;
+    bool m_planComplete = false; // false: the plan is a stopgap that does not clear everything in sight
     int64_t m_newestKnownID = -1;
     std::size_t m_plansMade = 0;
     std::size_t m_framesSimulated = 0;
