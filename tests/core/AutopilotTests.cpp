@@ -301,6 +301,22 @@ TEST(Autopilot, SurvivesPausesAndUnevenFrames) {
     EXPECT_GT(runner.elapsed(), 40); // flyers come from about 15 s on
 }
 
+TEST(Autopilot, PlansAgainEachFrameWhenNothingClears) {
+    // A tall cluster right at the runner's nose at full speed: no key can
+    // clear it. The autopilot plays the line that lasts longest and keeps
+    // looking for a better one on every frame.
+    Runner runner = runwayWith(cactus(Runner::dinoX + Runner::dinoWidth - 4, 44, 29), 120);
+    Autopilot pilot;
+    int frames = 0;
+    for (; frames < 60 && runner.phase() == RunPhase::running; ++frames) {
+        pilot.apply(runner, pilot.decide(runner));
+        runner.advance(frame);
+    }
+    EXPECT_EQ(runner.phase(), RunPhase::over);
+    EXPECT_EQ(pilot.plansMade(), static_cast<std::size_t>(frames));
+    EXPECT_GT(pilot.framesSimulated(), 0u);
+}
+
 TEST(Autopilot, NamesTheObstacleHit) {
     Runner runner = runwayWith(flyer(100, 24));
     for (int i = 0; i < 120 && runner.phase() == RunPhase::running; ++i) {
