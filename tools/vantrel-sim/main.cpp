@@ -3,6 +3,7 @@
 #include "BotCommand.h"
 #include "CommandLine.h"
 #include "Replay.h"
+#include "WavCommand.h"
 
 #include <cstdio>
 #include <cstring>
@@ -17,13 +18,17 @@ namespace {
 
 const char* const usage = "usage: vantrel-sim replay [--seed N] [--width W] < COMMANDS\n"
                           "       vantrel-sim bot (--seed N | --seeds FIRST..LAST) [--minutes M]\n"
+                          "       vantrel-sim wav CUE [-o FILE]\n"
                           "\n"
                           "Commands, one a line (blank lines and lines starting with # are skipped):\n"
                           "  act | release | pause | reset | start | state\n"
                           "  duck 1 | duck 0 | advance SECONDS | width POINTS\n"
                           "\n"
                           "bot: the autopilot plays each run at 60 frames a second until it crashes\n"
-                          "or M minutes of game time (default 10) have passed.\n";
+                          "or M minutes of game time (default 10) have passed.\n"
+                          "\n"
+                          "wav writes a sound cue (jump, duck, milestone, record, crash) as a WAV file\n"
+                          "to FILE or standard output.\n";
 
 int usageError(const std::string& message) {
     std::fprintf(stderr, "vantrel-sim: %s\n%s", message.c_str(), usage);
@@ -83,6 +88,10 @@ int main(int argc, char** argv) {
     }
     if (command == "bot") {
         return botMain(argc, argv);
+    }
+    if (command == "wav") {
+        const std::vector<std::string_view> args(argv + 2, argv + argc);
+        return runWav(args, stdout, stderr);
     }
     return usageError("unknown command '" + printable(command) + "'");
 }
