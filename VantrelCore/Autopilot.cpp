@@ -23,20 +23,6 @@ constexpr std::size_t frameBudget = 30000;  // simulated frames per plan (about 
 // so that an owner whose frames are not exactly 1/60 s long is still in time.
 constexpr int slack = 2;
 
-void press(Runner& runner, Controls from, Controls to) {
-    // Down first: letting go of down and pressing jump in one frame must jump.
-    if (to.down != from.down) {
-        runner.setDucking(to.down);
-    }
-    if (to.jump != from.jump) {
-        if (to.jump) {
-            runner.act();
-        } else {
-            runner.releaseJump();
-        }
-    }
-}
-
 // Cacti and low flyers stand in the way from the ground up: a higher runner
 // is never worse off against them.
 bool rootedLow(const Obstacle& o) {
@@ -104,7 +90,7 @@ private:
         }
         ++m_frames;
         node.path.push_back({controls, node.runner.elapsed(), node.runner.height(), node.runner.velocity()});
-        press(node.runner, node.held, controls);
+        Autopilot::press(node.runner, node.held, controls);
         node.held = controls;
         node.runner.advance(Autopilot::frameTime);
         if (node.runner.phase() == RunPhase::running) {
@@ -482,11 +468,6 @@ void Autopilot::plan(const Runner& runner) {
     m_next = 0;
     ++m_plansMade;
     m_framesSimulated += search.framesSimulated();
-}
-
-void Autopilot::apply(Runner& runner, Controls next) {
-    press(runner, m_held, next);
-    m_held = next;
 }
 
 void Autopilot::reset() {

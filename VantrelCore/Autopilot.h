@@ -47,7 +47,29 @@ public:
     // `next`: act() when jump goes down, releaseJump() when it comes up,
     // setDucking() when down changes. Nothing happens for keys that stay put,
     // so a jump pressed in `ready` or `over` starts a run, as a key would.
-    void apply(Runner& runner, Controls next);
+    void apply(Runner& runner, Controls next) { applyTo(runner, next); }
+
+    // The same for anything with the runner's input operations (act,
+    // releaseJump, setDucking), such as the application's game store.
+    template <typename Keys> void applyTo(Keys& keys, Controls next) {
+        press(keys, m_held, next);
+        m_held = next;
+    }
+
+    // Presses and releases the keys that differ between `from` and `to`.
+    // Down first: letting go of down and pressing jump in one frame must jump.
+    template <typename Keys> static void press(Keys& keys, Controls from, Controls to) {
+        if (to.down != from.down) {
+            keys.setDucking(to.down);
+        }
+        if (to.jump != from.jump) {
+            if (to.jump) {
+                keys.act();
+            } else {
+                keys.releaseJump();
+            }
+        }
+    }
 
     Controls held() const { return m_held; }
 

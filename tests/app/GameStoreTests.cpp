@@ -5,10 +5,12 @@
 #include "GameStoreTestAccess.h"
 #include "RunnerTestAccess.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QTimer>
 
 #include <gtest/gtest.h>
@@ -458,4 +460,69 @@ TEST_F(GameStoreTest, RealTimerDrivesTheRun) {
     EXPECT_GT(store.runner().elapsed(), 0);
     store.pause();
     EXPECT_FALSE(store.clockRunning());
+}
+
+TEST_F(GameStoreTest, AutopilotStartsARunAndPlaysIt) {
+    auto store = makeStore(21);
+    store->setSoundEnabled(true);
+    QSignalSpy changed(store.get(), &GameStore::autopilotChanged);
+    store->setAutopilot(true);
+    EXPECT_TRUE(store->autopilot());
+    EXPECT_EQ(changed.count(), 1);
+    EXPECT_EQ(store->runner().phase(), RunPhase::running);
+    EXPECT_TRUE(store->clockRunning());
+    for (int i = 0; i < 60 * 40 && store->runner().phase() == RunPhase::running; ++i) {
+        frame(*store);
+    }
+    // Forty seconds of play get past many obstacles, with sounds as for a player.
+    EXPECT_EQ(store->runner().phase(), RunPhase::running);
+    EXPECT_GT(store->runner().score(), 500);
+    EXPECT_GT(store->runner().jumps(), 10);
+    EXPECT_GT(std::count(m_cues.begin(), m_cues.end(), ArcadeCue::jump), 10);
+    EXPECT_TRUE(store->autopilot());
+}
+
+TEST_F(GameStoreTest, AnyPlayerInputTakesOver) {
+    auto store = makeStore(22);
+    store->setAutopilot(true);
+    frame(*store);
+    store->setDucking(true);
+    EXPECT_FALSE(store->autopilot());
+    EXPECT_TRUE(store->runner().downHeld()); // the key still does what it does
+
+    store->setAutopilot(true);
+    store->act();
+    EXPECT_FALSE(store->autopilot());
+
+    store->setAutopilot(true);
+    store->togglePause();
+    EXPECT_FALSE(store->autopilot());
+    EXPECT_EQ(store->runner().phase(), RunPhase::paused);
+
+    store->setAutopilot(true); // resumes the paused run
+    EXPECT_EQ(store->runner().phase(), RunPhase::running);
+    store->freshRun();
+    EXPECT_FALSE(store->autopilot());
+}
+
+TEST_F(GameStoreTest, AutopilotStartsANewRunAfterACrash) {
+    auto store = makeStore(23);
+    store->setAutopilot(true);
+    Runner crash = store->runner();
+    RunnerTestAccess::clearObstacles(crash);
+    RunnerTestAccess::addObstacle(crash, {0, Runner::dinoX, 44, 29, true, ObstacleKind::cactus, 0});
+    GameStoreTestAccess::setRunner(*store, crash);
+    frame(*store);
+    ASSERT_EQ(store->runner().phase(), RunPhase::over);
+    EXPECT_FALSE(store->clockRunning());
+    // A short look at the crash, then a new run.
+    QElapsedTimer waited;
+    waited.start();
+    while (store->runner().phase() != RunPhase::running && waited.elapsed() < 4000) {
+        QTest::qWait(20);
+    }
+    ASSERT_EQ(store->runner().phase(), RunPhase::running);
+    EXPECT_GE(waited.elapsed(), GameStore::autopilotRestartMilliseconds - 100);
+    EXPECT_TRUE(store->autopilot());
+    EXPECT_TRUE(store->clockRunning());
 }
