@@ -27,6 +27,7 @@ uint64_t systemSeed() {
 GameStore::GameStore(std::unique_ptr<QSettings> settings, const Clock& clock, uint64_t seed, QObject* parent)
     : QObject(parent), m_settings(std::move(settings)), m_clock(clock),
       m_runner(seed != 0 ? seed : systemSeed()), m_audio(new ArcadeAudio(this)) {
+    keepUnreadableSettingsFile(*m_settings);
     m_best = settingsInteger(m_settings->value(bestScoreKey)).value_or(0);
     m_soundEnabled = settingsBool(m_settings->value(soundEnabledKey)).value_or(false);
     m_roomy = settingsBool(m_settings->value(roomyKey)).value_or(false);
@@ -38,6 +39,17 @@ GameStore::GameStore(std::unique_ptr<QSettings> settings, const Clock& clock, ui
     // runner's fixed sub-steps absorb the difference.
     m_timer.setInterval(std::chrono::milliseconds(16));
     connect(&m_timer, &QTimer::timeout, this, &GameStore::tick);
+
+    m_autopilotRestart.setSingleShot(true);
+    m_autopilotRestart.setInterval(autopilotRestartMilliseconds);
+    connect(&m_autopilotRestart, &QTimer::timeout, this, [this] {
+        if (m_autopilot && m_runner.phase() == RunPhase::over) {
+            m_autopilot->reset();
+            m_steering = true;
+            act();
+            m_steering = false;
+        }
+    });
 }
 
 GameStore::~GameStore() = default;
@@ -187,7 +199,43 @@ void GameStore::setWorldWidth(double width) {
     }
 }
 
+void GameStore::playerTookOver() {
+    if (!m_steering && m_autopilot) {
+        setAutopilot(false);
+    }
+}
+
+void GameStore::setAutopilot(bool on) {
+    if (on == autopilot()) {
+        return;
+    }
+    if (!on) {
+        m_autopilot.reset();
+        m_autopilotRestart.stop();
+        emit autopilotChanged();
+        return;
+    }
+    m_autopilot = std::make_unique<Autopilot>();
+    emit autopilotChanged();
+    // Start or resume a run for it to play.
+    if (m_runner.phase() != RunPhase::running) {
+        m_steering = true;
+        act();
+        m_steering = false;
+    }
+}
+
+void GameStore::steerByAutopilot() {
+    if (!m_autopilot || m_runner.phase() != RunPhase::running) {
+        return;
+    }
+    m_steering = true;
+    m_autopilot->applyTo(*this, m_autopilot->decide(m_runner));
+    m_steering = false;
+}
+
 void GameStore::act() {
+    playerTookOver();
     const RunPhase phase = m_runner.phase();
     if (phase == RunPhase::ready || phase == RunPhase::over) {
         m_bestAtStart = m_best;
@@ -210,6 +258,7 @@ void GameStore::act() {
 }
 
 void GameStore::pause() {
+    playerTookOver();
     const Runner before = m_runner;
     m_runner.pause();
     stopClock();
@@ -235,6 +284,7 @@ void GameStore::togglePause() {
 }
 
 void GameStore::freshRun() {
+    playerTookOver();
     stopClock();
     persistBest();
     m_runner.reset();
@@ -243,6 +293,7 @@ void GameStore::freshRun() {
 }
 
 void GameStore::setDucking(bool down) {
+    playerTookOver();
     const Runner before = m_runner;
     m_runner.setDucking(down);
     if (down && !before.downHeld() && m_runner.downHeld() && m_soundEnabled) {
@@ -254,6 +305,7 @@ void GameStore::setDucking(bool down) {
 }
 
 void GameStore::releaseJump() {
+    playerTookOver();
     // Only the runner's private jump-cut flag changes; nothing visible does.
     m_runner.releaseJump();
 }
@@ -285,6 +337,7 @@ void GameStore::tick() {
     const double delta = now - m_lastTime;
     m_lastTime = now;
 
+    steerByAutopilot();
     const int64_t jumpsBefore = m_runner.jumps();
     const int64_t flyersBefore = m_runner.flyersSpawned();
     m_runner.advance(delta);
@@ -325,6 +378,9 @@ void GameStore::tick() {
         setIsNewBest(score > m_bestAtStart && score >= 1);
         if (m_soundEnabled) {
             play(ArcadeCue::crash);
+        }
+        if (m_autopilot) {
+            m_autopilotRestart.start();
         }
     }
 }

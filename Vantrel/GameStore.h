@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VantrelCore/ArcadeCue.h"
+#include "VantrelCore/Autopilot.h"
 #include "VantrelCore/Runner.h"
 #include "VantrelCore/ScoreCelebrations.h"
 
@@ -37,6 +38,7 @@ class GameStore : public QObject {
     Q_PROPERTY(bool hoverToPeek READ hoverToPeek WRITE setHoverToPeek NOTIFY hoverToPeekChanged)
     Q_PROPERTY(bool shortcutAvailable READ shortcutAvailable WRITE setShortcutAvailable NOTIFY
                    shortcutAvailableChanged)
+    Q_PROPERTY(bool autopilot READ autopilot WRITE setAutopilot NOTIFY autopilotChanged)
     Q_PROPERTY(double panelWidth READ panelWidth NOTIFY panelSizeChanged)
     Q_PROPERTY(double panelHeight READ panelHeight NOTIFY panelSizeChanged)
 
@@ -97,6 +99,13 @@ public:
     void setDucking(bool down);
     void releaseJump();
 
+    // Watch mode: the autopilot plays, starting or resuming a run if needed,
+    // and a new run follows a crash after a short look at it. Any player
+    // input (act, ducking, pause, a fresh run) takes over and turns it off.
+    bool autopilot() const { return m_autopilot != nullptr; }
+    void setAutopilot(bool on);
+    static constexpr int autopilotRestartMilliseconds = 1500;
+
     // The frame clock. Tests step it by hand with runFrame() instead of waiting.
     bool clockRunning() const { return m_timer.isActive(); }
     void runFrame();
@@ -122,6 +131,7 @@ signals:
     // Every cue handed to the audio player, in order; only while sound is on.
     void cuePlayed(vantrel::ArcadeCue cue);
     void clockRunningChanged(bool running);
+    void autopilotChanged();
 
 private:
     // Lets tests put the store's run into a prepared state.
@@ -129,6 +139,8 @@ private:
 
     void startClock();
     void stopClock();
+    void playerTookOver();
+    void steerByAutopilot();
     void tick();
     void persistBest();
     void play(ArcadeCue cue);
@@ -160,6 +172,9 @@ private:
     qint64 m_bestAtStart = 0;
     ScoreCelebrations m_celebrations{0};
     ArcadeAudio* m_audio;
+    std::unique_ptr<Autopilot> m_autopilot;
+    bool m_steering = false; // the autopilot, not the player, is pressing keys
+    QTimer m_autopilotRestart;
 };
 
 } // namespace vantrel

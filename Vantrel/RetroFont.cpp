@@ -4,6 +4,7 @@
 #include <QFontMetricsF>
 #include <QHash>
 #include <QPainter>
+#include <QStaticText>
 #include <algorithm>
 
 // The generated resource lives in this static library; its initialiser must be
@@ -87,10 +88,25 @@ QSizeF textSize(const QString& text, int pixelSize) {
 }
 
 void drawText(QPainter& painter, QPointF topLeft, const QString& text, int pixelSize, const QColor& color) {
+    // Laid-out texts by size: a frame draws the same dozen strings, and shaping
+    // them anew each time costs more than drawing them. Scores change, so the
+    // cache is emptied when it grows past what a few seconds of play leave.
+    static QHash<QPair<int, QString>, QStaticText> laidOut;
+    constexpr qsizetype maxEntries = 512;
     const SizedFont& s = sized(pixelSize);
+    auto it = laidOut.find({pixelSize, text});
+    if (it == laidOut.end()) {
+        if (laidOut.size() >= maxEntries) {
+            laidOut.clear();
+        }
+        QStaticText staticText(text);
+        staticText.setTextFormat(Qt::PlainText);
+        staticText.setPerformanceHint(QStaticText::AggressiveCaching);
+        it = laidOut.insert({pixelSize, text}, staticText);
+    }
     painter.setFont(s.font);
     painter.setPen(color);
-    painter.drawText(topLeft + QPointF(0, s.metrics.ascent()), text);
+    painter.drawStaticText(topLeft, *it);
 }
 
 } // namespace vantrel::RetroFont

@@ -2,29 +2,21 @@
 #include "Vantrel/Clock.h"
 #include "Vantrel/GameStore.h"
 
+#include "GameStoreTestAccess.h"
 #include "RunnerTestAccess.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QTest>
 #include <QTimer>
 
 #include <gtest/gtest.h>
 
 #include <memory>
 #include <vector>
-
-namespace vantrel {
-
-struct GameStoreTestAccess {
-    static void setRunner(GameStore& store, const Runner& runner) {
-        store.m_runner = runner;
-        emit store.runnerChanged();
-    }
-};
-
-} // namespace vantrel
 
 using namespace vantrel;
 
@@ -34,9 +26,13 @@ class GameStoreTest : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(m_dir.isValid()); }
 
-    QString path() const { return m_dir.filePath("Vantrel.conf"); }
+    QString path() const { return m_dir.filePath(QStringLiteral("Vantrel-%1.conf").arg(m_fileIndex)); }
 
+    // Each written file gets a new name: QSettings caches parsed files by
+    // name, size and time, and two same-sized files written in the same second
+    // would look unchanged to it.
     void writeFile(const QByteArray& content) {
+        ++m_fileIndex;
         QFile file(path());
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
         file.write(content);
@@ -53,7 +49,8 @@ protected:
 
     std::unique_ptr<GameStore> makeStore(uint64_t seed = 11) {
         auto store = std::make_unique<GameStore>(settings(), m_clock, seed);
-        QObject::connect(store.get(), &GameStore::cuePlayed, [this](ArcadeCue cue) { m_cues.push_back(cue); });
+        QObject::connect(store.get(), &GameStore::cuePlayed,
+                         [this](ArcadeCue cue) { m_cues.push_back(cue); });
         return store;
     }
 
@@ -74,6 +71,7 @@ protected:
     }
 
     QTemporaryDir m_dir;
+    int m_fileIndex = 0;
     ManualClock m_clock;
     std::vector<ArcadeCue> m_cues;
 };
@@ -119,8 +117,9 @@ TEST_F(GameStoreTest, ShowTabIsTheFallbackForHoverToPeek) {
 }
 
 TEST_F(GameStoreTest, GarbageValuesCountAsAbsentAndOtherKeysSurvive) {
-    writeFile("[General]\nbestScore=lots\nsoundEnabled=3\nroomy=@Variant(garbage\nhoverToPeek=\nunrelated=keep me\n"
-              "[Other]\nvalue=42\n");
+    writeFile(
+        "[General]\nbestScore=lots\nsoundEnabled=3\nroomy=@Variant(garbage\nhoverToPeek=\nunrelated=keep me\n"
+        "[Other]\nvalue=42\n");
     auto store = makeStore();
     EXPECT_EQ(store->best(), 0);
     EXPECT_FALSE(store->soundEnabled());
@@ -146,6 +145,24 @@ TEST_F(GameStoreTest, BinaryGarbageFileDoesNotCrash) {
     store->act();
     EXPECT_EQ(store->runner().phase(), RunPhase::running);
     EXPECT_EQ(readFile(), junk); // nothing written yet
+
+    // The first write replaces the unreadable file, but a copy keeps what was there.
+    store->setRoomy(true);
+    QFile copy(path() + ".unreadable");
+    ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
+    EXPECT_EQ(copy.readAll(), junk);
+    EXPECT_EQ(QSettings(path(), QSettings::IniFormat).value("roomy").toString(), "true");
+
+    // A second unreadable file does not overwrite the first copy.
+    {
+        QFile same(path());
+        ASSERT_TRUE(same.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        same.write(junk + "more");
+    }
+    auto again = makeStore();
+    QFile second(path() + ".unreadable-2");
+    ASSERT_TRUE(second.open(QIODevice::ReadOnly));
+    EXPECT_EQ(second.readAll(), junk + "more");
 }
 
 TEST_F(GameStoreTest, OutOfRangeBestIsAbsent) {
@@ -221,7 +238,7 @@ TEST_F(GameStoreTest, BannerCountsDownAndClearsOnlyOnNewRun) {
     EXPECT_EQ(store->awardRemaining(), 1.1);
     EXPECT_FALSE(store->isNewBest());
     frame(*store, 0.1);
-    EXPECT_DOUBLE_EQ(store->awardRemaining(), 1.0);
+    EXPECT_NEAR(store->awardRemaining(), 1.0, 1e-9);
     for (int i = 0; i < 100; ++i) {
         frame(*store, 0.02);
     }
@@ -336,9 +353,9 @@ TEST_F(GameStoreTest, FirstFlyerShowsTheDuckHint) {
     GameStoreTestAccess::setRunner(*store, runner);
     frame(*store);
     ASSERT_EQ(store->runner().flyersSpawned(), 1);
-    EXPECT_DOUBLE_EQ(store->duckHintRemaining(), 2.3 - 1.0 / 60);
+    EXPECT_NEAR(store->duckHintRemaining(), 2.3 - 1.0 / 60, 1e-9);
     frame(*store);
-    EXPECT_DOUBLE_EQ(store->duckHintRemaining(), 2.3 - 2.0 / 60);
+    EXPECT_NEAR(store->duckHintRemaining(), 2.3 - 2.0 / 60, 1e-9);
 }
 
 TEST_F(GameStoreTest, DuckCueOnlyWhenDownTakesEffect) {
@@ -370,7 +387,7 @@ TEST_F(GameStoreTest, BufferedJumpOnLandingPlaysJump) {
         frame(*store, 1.0 / 120);
     }
     EXPECT_EQ(m_cues, std::vector<ArcadeCue>{ArcadeCue::jump});
-    EXPECT_EQ(store->runner().jumps(), 3);
+    EXPECT_EQ(store->runner().jumps(), 2); // the take-off and the buffered one
 }
 
 TEST_F(GameStoreTest, SoundOffDuringRewardStopsItAndSilencesLaterCues) {
@@ -426,8 +443,8 @@ TEST_F(GameStoreTest, NoTimerRunsWithoutARunningRun) {
     RunnerTestAccess::addObstacle(crash, {50, Runner::dinoX, 16, 26, false, ObstacleKind::cactus, 0});
     RunnerTestAccess::setHeight(crash, 0);
     GameStoreTestAccess::setRunner(*store, crash);
-    m_clock.advance(0.7); // past the resume grace, in short frames
-    for (int i = 0; i < 60 && store->runner().phase() == RunPhase::running; ++i) {
+    // Through the resume grace in short frames (one long frame would be a stall).
+    for (int i = 0; i < 120 && store->runner().phase() == RunPhase::running; ++i) {
         frame(*store);
     }
     EXPECT_EQ(store->runner().phase(), RunPhase::over);
@@ -443,4 +460,69 @@ TEST_F(GameStoreTest, RealTimerDrivesTheRun) {
     EXPECT_GT(store.runner().elapsed(), 0);
     store.pause();
     EXPECT_FALSE(store.clockRunning());
+}
+
+TEST_F(GameStoreTest, AutopilotStartsARunAndPlaysIt) {
+    auto store = makeStore(21);
+    store->setSoundEnabled(true);
+    QSignalSpy changed(store.get(), &GameStore::autopilotChanged);
+    store->setAutopilot(true);
+    EXPECT_TRUE(store->autopilot());
+    EXPECT_EQ(changed.count(), 1);
+    EXPECT_EQ(store->runner().phase(), RunPhase::running);
+    EXPECT_TRUE(store->clockRunning());
+    for (int i = 0; i < 60 * 40 && store->runner().phase() == RunPhase::running; ++i) {
+        frame(*store);
+    }
+    // Forty seconds of play get past many obstacles, with sounds as for a player.
+    EXPECT_EQ(store->runner().phase(), RunPhase::running);
+    EXPECT_GT(store->runner().score(), 500);
+    EXPECT_GT(store->runner().jumps(), 10);
+    EXPECT_GT(std::count(m_cues.begin(), m_cues.end(), ArcadeCue::jump), 10);
+    EXPECT_TRUE(store->autopilot());
+}
+
+TEST_F(GameStoreTest, AnyPlayerInputTakesOver) {
+    auto store = makeStore(22);
+    store->setAutopilot(true);
+    frame(*store);
+    store->setDucking(true);
+    EXPECT_FALSE(store->autopilot());
+    EXPECT_TRUE(store->runner().downHeld()); // the key still does what it does
+
+    store->setAutopilot(true);
+    store->act();
+    EXPECT_FALSE(store->autopilot());
+
+    store->setAutopilot(true);
+    store->togglePause();
+    EXPECT_FALSE(store->autopilot());
+    EXPECT_EQ(store->runner().phase(), RunPhase::paused);
+
+    store->setAutopilot(true); // resumes the paused run
+    EXPECT_EQ(store->runner().phase(), RunPhase::running);
+    store->freshRun();
+    EXPECT_FALSE(store->autopilot());
+}
+
+TEST_F(GameStoreTest, AutopilotStartsANewRunAfterACrash) {
+    auto store = makeStore(23);
+    store->setAutopilot(true);
+    Runner crash = store->runner();
+    RunnerTestAccess::clearObstacles(crash);
+    RunnerTestAccess::addObstacle(crash, {0, Runner::dinoX, 44, 29, true, ObstacleKind::cactus, 0});
+    GameStoreTestAccess::setRunner(*store, crash);
+    frame(*store);
+    ASSERT_EQ(store->runner().phase(), RunPhase::over);
+    EXPECT_FALSE(store->clockRunning());
+    // A short look at the crash, then a new run.
+    QElapsedTimer waited;
+    waited.start();
+    while (store->runner().phase() != RunPhase::running && waited.elapsed() < 4000) {
+        QTest::qWait(20);
+    }
+    ASSERT_EQ(store->runner().phase(), RunPhase::running);
+    EXPECT_GE(waited.elapsed(), GameStore::autopilotRestartMilliseconds - 100);
+    EXPECT_TRUE(store->autopilot());
+    EXPECT_TRUE(store->clockRunning());
 }
