@@ -2,6 +2,7 @@
 
 #include <QFontDatabase>
 #include <QFontMetricsF>
+#include <QCoreApplication>
 #include <QHash>
 #include <QPainter>
 #include <QStaticText>
@@ -60,11 +61,32 @@ struct SizedFont {
     QFontMetricsF metrics;
 };
 
-// Fonts and metrics by pixel size, made once: every frame draws the same few.
-// Main thread only, like all drawing.
-const SizedFont& sized(int pixelSize) {
+// Fonts and metrics by pixel size, and laid-out texts: every frame draws the
+// same few. Main thread only, like all drawing. Both caches are emptied when
+// the application object goes away, while the font system still exists.
+QHash<int, SizedFont*>& sizedCache() {
     static QHash<int, SizedFont*> cache;
-    SizedFont*& entry = cache[pixelSize];
+    return cache;
+}
+
+QHash<QPair<int, QString>, QStaticText>& laidOutCache() {
+    static QHash<QPair<int, QString>, QStaticText> cache;
+    return cache;
+}
+
+void releaseCaches() {
+    qDeleteAll(sizedCache());
+    sizedCache().clear();
+    laidOutCache().clear();
+}
+
+const SizedFont& sized(int pixelSize) {
+    static const bool cleanupRegistered = [] {
+        qAddPostRoutine(releaseCaches);
+        return true;
+    }();
+    (void)cleanupRegistered;
+    SizedFont*& entry = sizedCache()[pixelSize];
     if (entry == nullptr) {
         QFont f(family());
         f.setPixelSize(std::max(pixelSize, 1));
@@ -91,7 +113,7 @@ void drawText(QPainter& painter, QPointF topLeft, const QString& text, int pixel
     // Laid-out texts by size: a frame draws the same dozen strings, and shaping
     // them anew each time costs more than drawing them. Scores change, so the
     // cache is emptied when it grows past what a few seconds of play leave.
-    static QHash<QPair<int, QString>, QStaticText> laidOut;
+    QHash<QPair<int, QString>, QStaticText>& laidOut = laidOutCache();
     constexpr qsizetype maxEntries = 512;
     const SizedFont& s = sized(pixelSize);
     auto it = laidOut.find({pixelSize, text});
