@@ -27,21 +27,24 @@ def require_tools():
 
 
 class Desktop:
-    def __init__(self, program, width=1280, height=800, extra_settings=""):
+    def __init__(self, program, width=1280, height=800, extra_settings="", onboarded=True):
         require_tools()
         self.program = program
         self.procs = []
         self.tmp = tempfile.mkdtemp(prefix="vantrel-e2e-")
         self.settings = os.path.join(self.tmp, "Vantrel.conf")
         with open(self.settings, "w") as f:
-            f.write("[General]\n" + extra_settings)
+            # Onboarding done unless a test is about the first launch.
+            f.write("[General]\n" + ("hasCompletedOnboarding=true\n" if onboarded else "") + extra_settings)
         self.display = self._start_xvfb(width, height)
         self.env = dict(os.environ, DISPLAY=self.display, HOME=self.tmp, XDG_CONFIG_HOME=self.tmp,
-                        XDG_RUNTIME_DIR=self.tmp, QT_QPA_PLATFORM="xcb")
+                        XDG_RUNTIME_DIR=self.tmp, QT_QPA_PLATFORM="xcb",
+                        # No tray host here unless a test starts one: no notice about it either.
+                        VANTREL_TRAY_WAIT_SECONDS="3600")
         self.env.pop("DBUS_SESSION_BUS_ADDRESS", None)
         self.env.pop("WAYLAND_DISPLAY", None)
         self._spawn(["openbox", "--sm-disable"])
-        self.wait_for(lambda: self._wm_ready(), 10, "openbox did not start")
+        self.wait_for(lambda: self._wm_ready(), 30, "openbox did not start")
         self.app = None
 
     def _start_xvfb(self, width, height):
@@ -99,7 +102,7 @@ class Desktop:
                                stderr=self.log)
         self.wait_for(lambda: self.panel_window() is not None, 20, "the panel window never appeared")
         # The shortcut is registered last, right before the event loop starts: then it is ready.
-        self.wait_for(lambda: "vantrel: shortcut" in self.stderr_text(), 20, "vantrel did not finish starting")
+        self.wait_for(lambda: "vantrel: ready" in self.stderr_text(), 20, "vantrel did not finish starting")
         time.sleep(0.2)
         return self.app
 

@@ -1,0 +1,110 @@
+// The vantrel program: parses the command line, makes sure only one instance
+// runs per user, and hands everything else to the AppDelegate.
+#include "Vantrel/AppDelegate.h"
+#include "Vantrel/Clock.h"
+#include "Vantrel/QuitOnSignal.h"
+#include "Vantrel/SingleInstance.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QTextStream>
+
+using namespace vantrel;
+
+namespace {
+
+struct CommandLine {
+    AppDelegate::Options options;
+    bool toggle = false;
+};
+
+// Read before the GUI starts, so --help, --version and --toggle work without a display.
+CommandLine parseCommandLine(int argc, char** argv) {
+    QCoreApplication probe(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("vantrel"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(PROJECT_VERSION));
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral(
+        "A pixel dinosaur runner at the top centre of the screen. Rest the pointer just below the top\n"
+        "centre to make it peek, click the tab or press Alt+Super+Space to play, Escape to go back.\n"
+        "Launching it again while it runs opens the playfield."));
+    parser.addHelpOption();
+    parser.addVersionOption();
+    QCommandLineOption toggle(
+        QStringLiteral("toggle"),
+        QStringLiteral("Open or close the playfield of the running Vantrel (starting it if "
+                       "none runs). Bind this to a desktop keyboard shortcut where "
+                       "Alt+Super+Space cannot be taken, as under Wayland."));
+    QCommandLineOption demo(
+        QStringLiteral("demo"),
+        QStringLiteral("Open the playfield and let the autopilot play; any game key takes over."));
+    QCommandLineOption settingsFile(
+        QStringLiteral("settings-file"),
+        QStringLiteral("Keep the best score and preferences in <path> (an INI file) "
+                       "instead of ~/.config/Vantrel/Vantrel.conf."),
+        QStringLiteral("path"));
+    QCommandLineOption verbose(QStringLiteral("verbose"),
+                               QStringLiteral("Say on standard error which desktop services are in use."));
+    parser.addOption(toggle);
+    parser.addOption(demo);
+    parser.addOption(settingsFile);
+    parser.addOption(verbose);
+    parser.process(probe);
+
+    CommandLine line;
+    line.toggle = parser.isSet(toggle);
+    line.options.demo = parser.isSet(demo);
+    line.options.open = line.toggle;
+    line.options.settingsFile = parser.value(settingsFile);
+    line.options.verbose = parser.isSet(verbose);
+    bool ok = false;
+    const int wait = qEnvironmentVariableIntValue("VANTREL_TRAY_WAIT_SECONDS", &ok);
+    if (ok) {
+        line.options.trayWaitSeconds = wait;
+    }
+    return line;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    const CommandLine line = parseCommandLine(argc, argv);
+
+    // One Vantrel per user: a later launch hands its request to the running one.
+    SingleInstance instance;
+    const QString request = line.toggle         ? QStringLiteral("toggle")
+                            : line.options.demo ? QStringLiteral("demo")
+                                                : QStringLiteral("reopen");
+    const SingleInstance::Role role = instance.start(request);
+    if (role == SingleInstance::Role::secondary) {
+        return 0;
+    }
+    if (role == SingleInstance::Role::failed) {
+        QTextStream(stderr) << "vantrel: " << instance.errorString()
+                            << " Starting anyway; a second launch may start a second copy." << Qt::endl;
+    }
+
+    // Wayland gives clients no desktop-wide pointer, shortcut or focus: run through XWayland.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        qputenv("QT_QPA_PLATFORM", "xcb");
+    }
+
+    QApplication app(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("Vantrel"));
+    QApplication::setApplicationName(QStringLiteral("Vantrel"));
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    SteadyClock clock;
+    QuitOnSignal quitOnSignal;
+    AppDelegate delegate(line.options, clock);
+    QObject::connect(&instance, &SingleInstance::messageReceived, &delegate, &AppDelegate::handleRequest);
+    QObject::connect(&app, &QCoreApplication::aboutToQuit, &delegate, &AppDelegate::shutdown);
+    if (line.options.verbose) {
+        // Tests wait for this line: the event loop starts right after it.
+        QTextStream(stderr) << "vantrel: ready" << Qt::endl;
+    }
+
+    const int status = QApplication::exec();
+    delegate.shutdown();
+    return status;
+}
