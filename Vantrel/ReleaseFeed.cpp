@@ -20,7 +20,8 @@ std::optional<std::string> decode(std::string_view body) {
     nlohmann::json document;
     try {
         document = nlohmann::json::parse(body.begin(), body.end());
-    } catch (const nlohmann::json::parse_error& error) {
+    // parse_error for malformed text, out_of_range for numbers beyond a double (1e999).
+    } catch (const nlohmann::json::exception& error) {
         throw DecodingError(DecodingError::Kind::dataCorrupted,
                             std::string("not valid JSON: ") + error.what());
     }

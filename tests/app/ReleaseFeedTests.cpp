@@ -36,6 +36,7 @@ TEST(ReleaseFeed, DecodesTheReleaseMember) {
     EXPECT_EQ(kind("[]"), DecodingError::Kind::typeMismatch);
     EXPECT_EQ(kind("null"), DecodingError::Kind::typeMismatch);
     EXPECT_EQ(kind(""), DecodingError::Kind::dataCorrupted);
+    EXPECT_EQ(kind(R"({"release": 1e999})"), DecodingError::Kind::dataCorrupted);
     EXPECT_EQ(kind("{\"release\": \"x\"} trailing"), DecodingError::Kind::dataCorrupted);
 }
 

@@ -259,6 +259,11 @@ TEST_F(VeltReleaseTest, MalformedPayloadsAreDecodingErrors) {
     std::string bigger = sampleRelease().toJson();
     bigger.replace(bigger.find("\"build\":42"), 10, "\"build\":123456789012345678901234567890");
     EXPECT_EQ(decodingErrorOfJson(bigger), Kind::typeMismatch);
+    // Beyond the range of a double: the parser refuses the number itself.
+    std::string overflowing = sampleRelease().toJson();
+    overflowing.replace(overflowing.find("\"build\":42"), 10, "\"build\":1e999");
+    EXPECT_EQ(decodingErrorOfJson(overflowing), Kind::dataCorrupted);
+    EXPECT_EQ(decodingErrorOfJson("{\"x\": -1e400}"), Kind::dataCorrupted);
     // A downloadURL that is not a URL at all fails decoding, not a rule.
     for (const char* text :
          {"", "https://exa mple.org/a.zip", "https://example.org:port/", "https://h/%zz"}) {
