@@ -209,7 +209,19 @@ void Runner::step(double dt) {
     }
 
     const RectList player = playerCollisionBoxes();
+    double playerMinX = player[0].minX();
+    double playerMaxX = player[0].maxX();
+    for (const Rect& part : player) {
+        playerMinX = std::min(playerMinX, part.minX());
+        playerMaxX = std::max(playerMaxX, part.maxX());
+    }
     for (const Obstacle& obstacle : m_obstacles) {
+        // Every hit box lies within [x, x + max(width, 42)] (three stems 14
+        // apart at most), so an obstacle wholly beside the player cannot hit
+        // and is skipped without building its boxes.
+        if (obstacle.x >= playerMaxX || obstacle.x + std::max(obstacle.width, 42.0) <= playerMinX) {
+            continue;
+        }
         for (const Rect& box : obstacle.collisionBoxes()) {
             for (const Rect& part : player) {
                 if (box.intersects(part)) {

@@ -8,7 +8,7 @@ set -euo pipefail
 build_pkgs=(
   build-essential cmake ninja-build pkg-config git ca-certificates
   qt6-base-dev qt6-base-dev-tools qt6-multimedia-dev libqt6svg6
-  libxcb1-dev libxcb-xinput-dev libxcb-keysyms1-dev libx11-dev libx11-xcb-dev
+  libxcb1-dev libxcb-xinput-dev libxcb-keysyms1-dev libx11-dev libx11-xcb-dev libxkbcommon-dev
   libsodium-dev nlohmann-json3-dev liburiparser-dev
   libgtest-dev libgmock-dev libbenchmark-dev npm
   qt6-qpa-plugins libqt6multimedia6 gstreamer1.0-plugins-base

@@ -1,21 +1,27 @@
 // vantrel-sim: a headless driver of the game core, for replays and bug reports.
 #include "CommandLine.h"
 #include "Replay.h"
+#include "WavCommand.h"
 
 #include <cstdio>
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <vector>
 
 using namespace vantrel::sim;
 
 namespace {
 
 const char* const usage = "usage: vantrel-sim replay [--seed N] [--width W] < COMMANDS\n"
+                          "       vantrel-sim wav CUE [-o FILE]\n"
                           "\n"
                           "Commands, one a line (blank lines and lines starting with # are skipped):\n"
                           "  act | release | pause | reset | start | state\n"
-                          "  duck 1 | duck 0 | advance SECONDS | width POINTS\n";
+                          "  duck 1 | duck 0 | advance SECONDS | width POINTS\n"
+                          "\n"
+                          "wav writes a sound cue (jump, duck, milestone, record, crash) as a WAV file\n"
+                          "to FILE or standard output.\n";
 
 int usageError(const std::string& message) {
     std::fprintf(stderr, "vantrel-sim: %s\n%s", message.c_str(), usage);
@@ -63,6 +69,10 @@ int main(int argc, char** argv) {
     }
     if (command == "replay") {
         return replayMain(argc, argv);
+    }
+    if (command == "wav") {
+        const std::vector<std::string_view> args(argv + 2, argv + argc);
+        return runWav(args, stdout, stderr);
     }
     return usageError("unknown command '" + printable(command) + "'");
 }

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QWidget>
+
+#include <functional>
+
+namespace vantrel {
+
+class OnboardingView;
+
+// The onboarding window: a plain titled window around OnboardingView. A
+// program without a menu bar has no Edit or application menu, so the window
+// carries their keys itself: Cut, Copy, Paste and Select All for the text
+// under focus, Ctrl+W to close and Ctrl+Q to quit.
+class OnboardingWindowController : public QWidget {
+    Q_OBJECT
+public:
+    OnboardingWindowController(bool shortcutAvailable, std::function<void(bool)> finish,
+                               QWidget* parent = nullptr);
+
+    OnboardingView* view() const { return m_view; }
+    // Shows the window, raised and focused, centred on the screen under the pointer.
+    void showAndActivate();
+
+signals:
+    void quitRequested();
+
+private:
+    void editFocused(const char* action);
+
+    OnboardingView* m_view;
+};
+
+} // namespace vantrel
