@@ -90,7 +90,12 @@ void VeltUpdateManager::checkForUpdates() {
     connect(reply, &QNetworkReply::metaDataChanged, this, [this, reply] { onFeedData(reply, 0); });
     connect(reply, &QNetworkReply::downloadProgress, this,
             [this, reply](qint64 received, qint64) { onFeedData(reply, received); });
-    connect(reply, &QNetworkReply::finished, this, [this, reply] { onFeedFinished(reply); });
+    // Queued: the alerts that follow run their own event loops, and must not do
+    // so inside the reply's signal, where closing the manager would delete the
+    // reply under its own feet.
+    connect(
+        reply, &QNetworkReply::finished, this, [this, reply] { onFeedFinished(reply); },
+        Qt::QueuedConnection);
 }
 
 QNetworkRequest VeltUpdateManager::request(const QUrl& url, int timeoutMs) const {
@@ -124,21 +129,18 @@ void VeltUpdateManager::onFeedFinished(QNetworkReply* reply) {
     m_reply.clear();
     const int status = httpStatus(reply);
     if (m_tooLarge) {
-        showError(unavailableText());
-        finish();
+        fail(unavailableText());
         return;
     }
     // A failure of the connection itself, before or during the answer. (An
     // HTTP error status also sets an error; the status check below covers it.)
     if (reply->error() != QNetworkReply::NoError && (status == 0 || status == 200)) {
-        showError(networkFailureText(reply));
-        finish();
+        fail(networkFailureText(reply));
         return;
     }
     const QByteArray body = reply->readAll();
     if (status != 200 || body.size() > static_cast<qsizetype>(ReleaseFeed::maximumBodyBytes)) {
-        showError(unavailableText());
-        finish();
+        fail(unavailableText());
         return;
     }
     offerRelease(body);
@@ -191,15 +193,16 @@ void VeltUpdateManager::startDownload() {
     if (!m_download->open()) {
         const QString error = m_download->errorString();
         m_download.reset();
-        showError(error);
-        finish();
+        fail(error);
         return;
     }
     const QUrl url(fromStd(m_release->downloadURL), QUrl::StrictMode);
     QNetworkReply* reply = m_network.get(request(url, downloadTimeoutMs));
     m_reply = reply;
     connect(reply, &QNetworkReply::readyRead, this, [this, reply] { onDownloadData(reply); });
-    connect(reply, &QNetworkReply::finished, this, [this, reply] { onDownloadFinished(reply); });
+    connect(
+        reply, &QNetworkReply::finished, this, [this, reply] { onDownloadFinished(reply); },
+        Qt::QueuedConnection);
 }
 
 void VeltUpdateManager::onDownloadData(QNetworkReply* reply) {
@@ -257,8 +260,7 @@ void VeltUpdateManager::onDownloadFinished(QNetworkReply* reply) {
     // The temporary file goes whatever happened; only verified bytes in memory remain.
     m_download.reset();
     if (!failure.isEmpty()) {
-        showError(failure);
-        finish();
+        fail(failure);
         return;
     }
     saveVerified(data);
@@ -292,6 +294,15 @@ QString VeltUpdateManager::networkFailureText(QNetworkReply* reply) const {
         return unavailableText();
     }
     return reply->errorString();
+}
+
+void VeltUpdateManager::fail(const QString& description) {
+    // The alert runs its own event loop; the manager may be gone when it returns.
+    const QPointer<VeltUpdateManager> self(this);
+    showError(description);
+    if (self) {
+        finish();
+    }
 }
 
 void VeltUpdateManager::showError(const QString& description) {

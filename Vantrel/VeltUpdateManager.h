@@ -72,6 +72,7 @@ private:
     void offerRelease(const QByteArray& body);
     void saveVerified(const QByteArray& data);
     void showError(const QString& description);
+    void fail(const QString& description); // shows the error alert and ends the check
     int alert(const UpdateAlert& content);
     QNetworkRequest request(const QUrl& url, int timeoutMs) const;
     QString networkFailureText(QNetworkReply* reply) const;

@@ -13,6 +13,9 @@ Sha256::Sha256() {
 }
 
 void Sha256::update(std::string_view bytes) {
+    if (bytes.empty()) {
+        return; // the data pointer may be null, which libsodium does not accept
+    }
     crypto_hash_sha256_update(&m_state, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
 }
 

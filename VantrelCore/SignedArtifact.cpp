@@ -10,9 +10,13 @@ namespace vantrel::SignedArtifact {
 
 namespace {
 
+// libsodium declares its buffers non-null, so empty input never reaches it.
 std::optional<std::vector<unsigned char>> decodeBase64(std::string_view text, int variant) {
     if (!ensureSodium()) {
         return std::nullopt;
+    }
+    if (text.empty()) {
+        return std::vector<unsigned char>();
     }
     // Every 4 characters carry at most 3 bytes.
     std::vector<unsigned char> bytes(text.size() / 4 * 3 + 3);
@@ -29,6 +33,9 @@ std::optional<std::vector<unsigned char>> decodeBase64(std::string_view text, in
 
 std::string encodeBase64(const unsigned char* bytes, std::size_t size, int variant) {
     ensureSodium();
+    if (size == 0) {
+        return {};
+    }
     std::string text(sodium_base64_encoded_len(size, variant), '\0');
     sodium_bin2base64(text.data(), text.size(), bytes, size, variant);
     text.pop_back(); // the terminating NUL that libsodium counts in

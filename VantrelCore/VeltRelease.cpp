@@ -119,7 +119,7 @@ VeltRelease VeltRelease::fromJson(std::string_view json) {
     Json document;
     try {
         document = Json::parse(json.begin(), json.end());
-    // parse_error for malformed text, out_of_range for numbers beyond a double (1e999).
+        // parse_error for malformed text, out_of_range for numbers beyond a double (1e999).
     } catch (const Json::exception& error) {
         throw DecodingError(DecodingError::Kind::dataCorrupted,
                             std::string("not valid JSON: ") + error.what());

@@ -190,7 +190,9 @@ TEST_F(SignedArtifactTest, NonAsciiAndControlBytesAreRejected) {
 TEST_F(SignedArtifactTest, Base64HelpersRoundTripAndRefuseNonCanonicalText) {
     for (std::size_t n = 0; n < 70; ++n) {
         std::vector<unsigned char> bytes(n);
-        randombytes_buf(bytes.data(), n);
+        if (n > 0) {
+            randombytes_buf(bytes.data(), n);
+        }
         const std::string url = SignedArtifact::base64Url(bytes.data(), n);
         EXPECT_EQ(url.find_first_of("+/="), std::string::npos);
         if (n > 0) {
@@ -204,4 +206,7 @@ TEST_F(SignedArtifactTest, Base64HelpersRoundTripAndRefuseNonCanonicalText) {
     EXPECT_EQ(SignedArtifact::fromBase64Url("AA").value().size(), 1u);
     EXPECT_EQ(SignedArtifact::fromBase64("AA"), std::nullopt); // standard base64 needs its padding
     EXPECT_EQ(SignedArtifact::fromBase64("AA==").value().size(), 1u);
+    EXPECT_EQ(SignedArtifact::fromBase64(std::string_view()).value().size(), 0u);
+    EXPECT_EQ(SignedArtifact::base64(nullptr, 0), "");
+    EXPECT_EQ(Sha256::hex(std::string_view()), Sha256::hex(""));
 }

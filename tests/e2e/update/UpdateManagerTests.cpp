@@ -497,9 +497,13 @@ TEST_F(UpdateManagerTest, SecondCheckWhileWaitingOnAnAlertDoesNothing) {
     auto manager = makeManager();
     int secondChecks = 0;
     dialogs.duringAlert = [&](const UpdateAlert&) {
+        // As with a real modal alert, the event loop keeps turning while it waits.
         EXPECT_TRUE(manager->isChecking());
         manager->checkForUpdates();
-        manager->checkForUpdates();
+        QEventLoop waiting;
+        QTimer::singleShot(150, &waiting, [&] { manager->checkForUpdates(); });
+        QTimer::singleShot(300, &waiting, &QEventLoop::quit);
+        waiting.exec();
         ++secondChecks;
     };
     dialogs.answers = {0};
@@ -526,6 +530,24 @@ TEST_F(UpdateManagerTest, SecondCheckWhileTheRequestIsInFlightDoesNothing) {
     checkWith(*manager); // this third call is ignored too; it waits for the first check
     EXPECT_EQ(dialogs.alerts.size(), 1u);
     EXPECT_EQ(server->requests(), QStringList{feedPath});
+}
+
+TEST_F(UpdateManagerTest, ManagerClosedWhileAnAlertWaitsEndsQuietly) {
+    release.sha256[0] = 'A'; // an error alert
+    serveRelease();
+    auto manager = makeManager();
+    VeltUpdateManager* raw = manager.get();
+    dialogs.duringAlert = [&](const UpdateAlert&) { manager.reset(); };
+    raw->checkForUpdates();
+    for (int i = 0; i < 200 && manager; ++i) {
+        QEventLoop step;
+        QTimer::singleShot(20, &step, &QEventLoop::quit);
+        step.exec();
+    }
+    EXPECT_EQ(manager, nullptr);
+    ASSERT_EQ(dialogs.alerts.size(), 1u);
+    EXPECT_EQ(dialogs.alerts[0], errorAlert(invalidRelease()));
+    EXPECT_EQ(leftovers(), QStringList{});
 }
 
 TEST_F(UpdateManagerTest, MissingConfigurationSaysSoWithoutAsking) {
