@@ -1,4 +1,6 @@
-// vantrel-sim: a headless driver of the game core, for replays and bug reports.
+// vantrel-sim: a headless driver of the game core, for replays, bug reports
+// and demonstration runs.
+#include "BotCommand.h"
 #include "CommandLine.h"
 #include "Replay.h"
 #include "WavCommand.h"
@@ -7,6 +9,7 @@
 #include <cstring>
 #include <string>
 #include <string_view>
+#include <variant>
 #include <vector>
 
 using namespace vantrel::sim;
@@ -14,11 +17,15 @@ using namespace vantrel::sim;
 namespace {
 
 const char* const usage = "usage: vantrel-sim replay [--seed N] [--width W] < COMMANDS\n"
+                          "       vantrel-sim bot (--seed N | --seeds FIRST..LAST) [--minutes M]\n"
                           "       vantrel-sim wav CUE [-o FILE]\n"
                           "\n"
                           "Commands, one a line (blank lines and lines starting with # are skipped):\n"
                           "  act | release | pause | reset | start | state\n"
                           "  duck 1 | duck 0 | advance SECONDS | width POINTS\n"
+                          "\n"
+                          "bot: the autopilot plays each run at 60 frames a second until it crashes\n"
+                          "or M minutes of game time (default 10) have passed.\n"
                           "\n"
                           "wav writes a sound cue (jump, duck, milestone, record, crash) as a WAV file\n"
                           "to FILE or standard output.\n";
@@ -56,6 +63,15 @@ int replayMain(int argc, char** argv) {
     return runReplay(stdin, stdout, stderr, options);
 }
 
+int botMain(int argc, char** argv) {
+    const std::vector<std::string_view> args(argv + 2, argv + argc);
+    const auto parsed = parseBotOptions(args);
+    if (const auto* error = std::get_if<std::string>(&parsed)) {
+        return usageError(*error);
+    }
+    return runBot(std::get<BotOptions>(parsed), stdout);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -69,6 +85,9 @@ int main(int argc, char** argv) {
     }
     if (command == "replay") {
         return replayMain(argc, argv);
+    }
+    if (command == "bot") {
+        return botMain(argc, argv);
     }
     if (command == "wav") {
         const std::vector<std::string_view> args(argv + 2, argv + argc);

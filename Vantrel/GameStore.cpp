@@ -1,0 +1,333 @@
+#include "Vantrel/GameStore.h"
+
+#include "Vantrel/ArcadeAudio.h"
+#include "Vantrel/Clock.h"
+#include "Vantrel/SettingsValue.h"
+
+#include <QRandomGenerator>
+#include <QSettings>
+
+#include <algorithm>
+#include <chrono>
+
+namespace vantrel {
+
+namespace {
+
+uint64_t systemSeed() {
+    uint64_t seed = 0;
+    while (seed == 0) {
+        seed = QRandomGenerator::system()->generate64();
+    }
+    return seed;
+}
+
+} // namespace
+
+GameStore::GameStore(std::unique_ptr<QSettings> settings, const Clock& clock, uint64_t seed, QObject* parent)
+    : QObject(parent), m_settings(std::move(settings)), m_clock(clock),
+      m_runner(seed != 0 ? seed : systemSeed()), m_audio(new ArcadeAudio(this)) {
+    keepUnreadableSettingsFile(*m_settings);
+    m_best = settingsInteger(m_settings->value(bestScoreKey)).value_or(0);
+    m_soundEnabled = settingsBool(m_settings->value(soundEnabledKey)).value_or(false);
+    m_roomy = settingsBool(m_settings->value(roomyKey)).value_or(false);
+    m_hoverToPeek = settingsBool(m_settings->value(hoverToPeekKey))
+                        .value_or(settingsBool(m_settings->value(showTabKey)).value_or(true));
+
+    m_timer.setTimerType(Qt::PreciseTimer);
+    // 16 ms rather than 16.67: each tick measures its own delta, and the
+    // runner's fixed sub-steps absorb the difference.
+    m_timer.setInterval(std::chrono::milliseconds(16));
+    connect(&m_timer, &QTimer::timeout, this, &GameStore::tick);
+}
+
+GameStore::~GameStore() = default;
+
+double GameStore::panelWidth() const {
+    if (m_expanded) {
+        return m_roomy ? 600 : 480;
+    }
+    return m_notchWidth + 14;
+}
+
+double GameStore::panelHeight() const {
+    if (m_expanded) {
+        return std::max(m_notchHeight, 28.0) + (m_roomy ? 194 : 164);
+    }
+    return m_notchHeight + (m_peeking ? 16 : 0);
+}
+
+// --- plain observable values -------------------------------------------------
+
+void GameStore::setBest(qint64 best) {
+    if (m_best != best) {
+        m_best = best;
+        emit bestChanged();
+    }
+}
+
+void GameStore::setExpanded(bool expanded) {
+    if (m_expanded != expanded) {
+        m_expanded = expanded;
+        emit expandedChanged();
+        emit panelSizeChanged();
+    }
+}
+
+void GameStore::setPeeking(bool peeking) {
+    if (m_peeking != peeking) {
+        m_peeking = peeking;
+        emit peekingChanged();
+        emit panelSizeChanged();
+    }
+}
+
+void GameStore::setNotchHeight(double height) {
+    if (m_notchHeight != height) {
+        m_notchHeight = height;
+        emit notchHeightChanged();
+        emit panelSizeChanged();
+    }
+}
+
+void GameStore::setNotchWidth(double width) {
+    if (m_notchWidth != width) {
+        m_notchWidth = width;
+        emit notchWidthChanged();
+        emit panelSizeChanged();
+    }
+}
+
+void GameStore::setShortcutAvailable(bool available) {
+    if (m_shortcutAvailable != available) {
+        m_shortcutAvailable = available;
+        emit shortcutAvailableChanged();
+    }
+}
+
+void GameStore::setIsNewBest(bool value) {
+    if (m_isNewBest != value) {
+        m_isNewBest = value;
+        emit isNewBestChanged();
+    }
+}
+
+void GameStore::setAward(std::optional<ScoreAward> award) {
+    if (m_award != award) {
+        m_award = award;
+        emit awardChanged();
+    }
+}
+
+void GameStore::setAwardRemaining(double seconds) {
+    if (m_awardRemaining != seconds) {
+        m_awardRemaining = seconds;
+        emit awardRemainingChanged();
+    }
+}
+
+void GameStore::setDuckHintRemaining(double seconds) {
+    if (m_duckHintRemaining != seconds) {
+        m_duckHintRemaining = seconds;
+        emit duckHintRemainingChanged();
+    }
+}
+
+// --- persisted preferences ---------------------------------------------------
+
+void GameStore::writeSetting(const char* key, const QVariant& value) {
+    m_settings->setValue(QLatin1String(key), value);
+    // Written through at once: the program may be killed right after.
+    m_settings->sync();
+}
+
+void GameStore::setSoundEnabled(bool enabled) {
+    writeSetting(soundEnabledKey, enabled);
+    if (!enabled) {
+        m_audio->stopAll();
+    }
+    if (m_soundEnabled != enabled) {
+        m_soundEnabled = enabled;
+        emit soundEnabledChanged();
+    }
+}
+
+void GameStore::setRoomy(bool roomy) {
+    writeSetting(roomyKey, roomy);
+    if (m_roomy != roomy) {
+        m_roomy = roomy;
+        emit roomyChanged();
+        emit panelSizeChanged();
+    }
+}
+
+void GameStore::setHoverToPeek(bool hover) {
+    writeSetting(hoverToPeekKey, hover);
+    if (m_hoverToPeek != hover) {
+        m_hoverToPeek = hover;
+        emit hoverToPeekChanged();
+    }
+}
+
+void GameStore::persistBest() {
+    setBest(std::max<qint64>(m_runner.score(), m_best));
+    writeSetting(bestScoreKey, QVariant::fromValue<qint64>(m_best));
+}
+
+// --- the run -----------------------------------------------------------------
+
+void GameStore::play(ArcadeCue cue) {
+    m_audio->play(cue);
+    emit cuePlayed(cue);
+}
+
+void GameStore::setWorldWidth(double width) {
+    if (m_runner.worldWidth() != width) {
+        m_runner.setWorldWidth(width);
+        emit runnerChanged();
+    }
+}
+
+void GameStore::act() {
+    const RunPhase phase = m_runner.phase();
+    if (phase == RunPhase::ready || phase == RunPhase::over) {
+        m_bestAtStart = m_best;
+        setIsNewBest(false);
+        m_celebrations = ScoreCelebrations(m_best);
+        setAward(std::nullopt);
+        setAwardRemaining(0);
+        setDuckHintRemaining(0);
+        m_audio->stopAll();
+    }
+    const Runner before = m_runner;
+    m_runner.act();
+    if (m_runner.jumps() != before.jumps() && m_soundEnabled) {
+        play(ArcadeCue::jump);
+    }
+    if (!(m_runner == before)) {
+        emit runnerChanged();
+    }
+    startClock();
+}
+
+void GameStore::pause() {
+    const Runner before = m_runner;
+    m_runner.pause();
+    stopClock();
+    m_audio->stopAll();
+    persistBest();
+    if (!(m_runner == before)) {
+        emit runnerChanged();
+    }
+}
+
+void GameStore::togglePause() {
+    switch (m_runner.phase()) {
+    case RunPhase::running:
+        pause();
+        return;
+    case RunPhase::paused:
+        act();
+        return;
+    case RunPhase::ready:
+    case RunPhase::over:
+        return;
+    }
+}
+
+void GameStore::freshRun() {
+    stopClock();
+    persistBest();
+    m_runner.reset();
+    emit runnerChanged();
+    act();
+}
+
+void GameStore::setDucking(bool down) {
+    const Runner before = m_runner;
+    m_runner.setDucking(down);
+    if (down && !before.downHeld() && m_runner.downHeld() && m_soundEnabled) {
+        play(ArcadeCue::duck);
+    }
+    if (!(m_runner == before)) {
+        emit runnerChanged();
+    }
+}
+
+void GameStore::releaseJump() {
+    // Only the runner's private jump-cut flag changes; nothing visible does.
+    m_runner.releaseJump();
+}
+
+void GameStore::startClock() {
+    if (m_timer.isActive() || m_runner.phase() != RunPhase::running) {
+        return;
+    }
+    m_lastTime = m_clock.now();
+    m_timer.start();
+    emit clockRunningChanged(true);
+}
+
+void GameStore::stopClock() {
+    if (m_timer.isActive()) {
+        m_timer.stop();
+        emit clockRunningChanged(false);
+    }
+}
+
+void GameStore::runFrame() {
+    if (m_timer.isActive()) {
+        tick();
+    }
+}
+
+void GameStore::tick() {
+    const double now = m_clock.now();
+    const double delta = now - m_lastTime;
+    m_lastTime = now;
+
+    const int64_t jumpsBefore = m_runner.jumps();
+    const int64_t flyersBefore = m_runner.flyersSpawned();
+    m_runner.advance(delta);
+    emit runnerChanged();
+
+    if (m_runner.jumps() > jumpsBefore && m_soundEnabled) {
+        play(ArcadeCue::jump); // a buffered jump taken on landing
+    }
+    double duckHint = m_duckHintRemaining;
+    if (flyersBefore == 0 && m_runner.flyersSpawned() >= 1) {
+        duckHint = duckHintSeconds; // the run's first pterodactyl has just appeared
+    }
+    setDuckHintRemaining(std::max(duckHint - delta, 0.0));
+    setAwardRemaining(std::max(m_awardRemaining - delta, 0.0));
+
+    const int64_t score = m_runner.score();
+    for (const ScoreAward& award : m_celebrations.update(score)) {
+        const bool record = award.kind == ScoreAward::Kind::newBest;
+        setAward(award);
+        setAwardRemaining(record ? recordBannerSeconds : milestoneBannerSeconds);
+        if (record) {
+            setIsNewBest(true);
+        }
+        if (m_soundEnabled) {
+            play(record ? ArcadeCue::record : ArcadeCue::milestone);
+        }
+    }
+    if (score > m_best) {
+        setBest(score); // shown live, written when the clock stops
+    }
+
+    if (m_runner.phase() == RunPhase::running) {
+        return;
+    }
+    stopClock();
+    persistBest();
+    if (m_runner.phase() == RunPhase::over) {
+        setIsNewBest(score > m_bestAtStart && score >= 1);
+        if (m_soundEnabled) {
+            play(ArcadeCue::crash);
+        }
+    }
+}
+
+} // namespace vantrel

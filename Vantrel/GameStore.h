@@ -1,0 +1,165 @@
+#pragma once
+
+#include "VantrelCore/ArcadeCue.h"
+#include "VantrelCore/Runner.h"
+#include "VantrelCore/ScoreCelebrations.h"
+
+#include <QObject>
+#include <QTimer>
+
+#include <memory>
+#include <optional>
+
+class QSettings;
+
+namespace vantrel {
+
+class ArcadeAudio;
+class Clock;
+
+// The single source of truth for the game: owns the run, drives it from a
+// 60 Hz clock that runs only while a run is running, turns input into runner
+// operations, raises sound cues and awards, times the banner and the duck
+// hint, and keeps the best score and preferences in QSettings (written
+// through at once, so a crash right after a run loses nothing).
+class GameStore : public QObject {
+    Q_OBJECT
+    Q_PROPERTY(qint64 best READ best WRITE setBest NOTIFY bestChanged)
+    Q_PROPERTY(bool isNewBest READ isNewBest NOTIFY isNewBestChanged)
+    Q_PROPERTY(double awardRemaining READ awardRemaining NOTIFY awardRemainingChanged)
+    Q_PROPERTY(double duckHintRemaining READ duckHintRemaining NOTIFY duckHintRemainingChanged)
+    Q_PROPERTY(bool expanded READ expanded WRITE setExpanded NOTIFY expandedChanged)
+    Q_PROPERTY(bool peeking READ peeking WRITE setPeeking NOTIFY peekingChanged)
+    Q_PROPERTY(double notchHeight READ notchHeight WRITE setNotchHeight NOTIFY notchHeightChanged)
+    Q_PROPERTY(double notchWidth READ notchWidth WRITE setNotchWidth NOTIFY notchWidthChanged)
+    Q_PROPERTY(bool soundEnabled READ soundEnabled WRITE setSoundEnabled NOTIFY soundEnabledChanged)
+    Q_PROPERTY(bool roomy READ roomy WRITE setRoomy NOTIFY roomyChanged)
+    Q_PROPERTY(bool hoverToPeek READ hoverToPeek WRITE setHoverToPeek NOTIFY hoverToPeekChanged)
+    Q_PROPERTY(bool shortcutAvailable READ shortcutAvailable WRITE setShortcutAvailable NOTIFY
+                   shortcutAvailableChanged)
+    Q_PROPERTY(double panelWidth READ panelWidth NOTIFY panelSizeChanged)
+    Q_PROPERTY(double panelHeight READ panelHeight NOTIFY panelSizeChanged)
+
+public:
+    // Settings keys.
+    static constexpr const char* bestScoreKey = "bestScore";
+    static constexpr const char* soundEnabledKey = "soundEnabled";
+    static constexpr const char* roomyKey = "roomy";
+    static constexpr const char* hoverToPeekKey = "hoverToPeek";
+    static constexpr const char* showTabKey = "showTab"; // older name of hoverToPeek, read only
+
+    static constexpr double framesPerSecond = 60;
+    static constexpr double milestoneBannerSeconds = 1.1;
+    static constexpr double recordBannerSeconds = 1.7;
+    static constexpr double duckHintSeconds = 2.3;
+
+    // The store owns `settings`; `clock` must outlive it. A seed of 0 draws
+    // one from the system's random source.
+    GameStore(std::unique_ptr<QSettings> settings, const Clock& clock, uint64_t seed = 0,
+              QObject* parent = nullptr);
+    ~GameStore() override;
+
+    const Runner& runner() const { return m_runner; }
+    qint64 best() const { return m_best; }
+    bool isNewBest() const { return m_isNewBest; }
+    std::optional<ScoreAward> award() const { return m_award; }
+    double awardRemaining() const { return m_awardRemaining; }
+    double duckHintRemaining() const { return m_duckHintRemaining; }
+    bool expanded() const { return m_expanded; }
+    bool peeking() const { return m_peeking; }
+    double notchHeight() const { return m_notchHeight; }
+    double notchWidth() const { return m_notchWidth; }
+    bool soundEnabled() const { return m_soundEnabled; }
+    bool roomy() const { return m_roomy; }
+    bool hoverToPeek() const { return m_hoverToPeek; }
+    bool shortcutAvailable() const { return m_shortcutAvailable; }
+    double panelWidth() const;
+    double panelHeight() const;
+
+    void setBest(qint64 best);
+    void setExpanded(bool expanded);
+    void setPeeking(bool peeking);
+    void setNotchHeight(double height);
+    void setNotchWidth(double width);
+    void setSoundEnabled(bool enabled);
+    void setRoomy(bool roomy);
+    void setHoverToPeek(bool hover);
+    void setShortcutAvailable(bool available);
+
+    // The runway width the views show, in world points.
+    void setWorldWidth(double width);
+
+    // Player actions.
+    void act();
+    void pause();
+    void togglePause();
+    void freshRun();
+    void setDucking(bool down);
+    void releaseJump();
+
+    // The frame clock. Tests step it by hand with runFrame() instead of waiting.
+    bool clockRunning() const { return m_timer.isActive(); }
+    void runFrame();
+
+    ArcadeAudio& audio() { return *m_audio; }
+
+signals:
+    void runnerChanged();
+    void bestChanged();
+    void isNewBestChanged();
+    void awardChanged();
+    void awardRemainingChanged();
+    void duckHintRemainingChanged();
+    void expandedChanged();
+    void peekingChanged();
+    void notchHeightChanged();
+    void notchWidthChanged();
+    void soundEnabledChanged();
+    void roomyChanged();
+    void hoverToPeekChanged();
+    void shortcutAvailableChanged();
+    void panelSizeChanged();
+    // Every cue handed to the audio player, in order; only while sound is on.
+    void cuePlayed(vantrel::ArcadeCue cue);
+    void clockRunningChanged(bool running);
+
+private:
+    // Lets tests put the store's run into a prepared state.
+    friend struct GameStoreTestAccess;
+
+    void startClock();
+    void stopClock();
+    void tick();
+    void persistBest();
+    void play(ArcadeCue cue);
+    void writeSetting(const char* key, const QVariant& value);
+
+    void setIsNewBest(bool value);
+    void setAward(std::optional<ScoreAward> award);
+    void setAwardRemaining(double seconds);
+    void setDuckHintRemaining(double seconds);
+
+    std::unique_ptr<QSettings> m_settings;
+    const Clock& m_clock;
+    Runner m_runner;
+    qint64 m_best = 0;
+    bool m_isNewBest = false;
+    std::optional<ScoreAward> m_award;
+    double m_awardRemaining = 0;
+    double m_duckHintRemaining = 0;
+    bool m_expanded = false;
+    bool m_peeking = false;
+    double m_notchHeight = 32;
+    double m_notchWidth = 180;
+    bool m_soundEnabled = false;
+    bool m_roomy = false;
+    bool m_hoverToPeek = true;
+    bool m_shortcutAvailable = true;
+    QTimer m_timer;
+    double m_lastTime = 0;
+    qint64 m_bestAtStart = 0;
+    ScoreCelebrations m_celebrations{0};
+    ArcadeAudio* m_audio;
+};
+
+} // namespace vantrel

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Vantrel/GameStore.h"
+
+#include <optional>
+
+namespace vantrel {
+
+// Puts a store into a prepared state (a run at a given moment, a banner on
+// show) without playing up to it. Each setter notifies like the store does.
+struct GameStoreTestAccess {
+    static void setRunner(GameStore& store, const Runner& runner) {
+        store.m_runner = runner;
+        emit store.runnerChanged();
+    }
+    static void setAward(GameStore& store, std::optional<ScoreAward> award, double remaining) {
+        store.setAward(award);
+        store.setAwardRemaining(remaining);
+    }
+    static void setDuckHintRemaining(GameStore& store, double remaining) {
+        store.setDuckHintRemaining(remaining);
+    }
+    static void setIsNewBest(GameStore& store, bool value) { store.setIsNewBest(value); }
+};
+
+} // namespace vantrel
