@@ -11,6 +11,7 @@
 #include "Vantrel/RetroFont.h"
 #include "Vantrel/SettingsValue.h"
 #include "Vantrel/StatusIcon.h"
+#include "Vantrel/VeltUpdateManager.h"
 #include "Vantrel/platform/Platform.h"
 #include "Vantrel/platform/ReduceMotion.h"
 
@@ -253,9 +254,10 @@ void AppDelegate::welcome() {
 
 void AppDelegate::checkUpdates() {
     m_controller->collapse(false);
-    if (checkForUpdates) {
-        checkForUpdates();
+    if (!m_updates) {
+        m_updates = new VeltUpdateManager(this);
     }
+    m_updates->checkForUpdates();
 }
 
 void AppDelegate::quit() {

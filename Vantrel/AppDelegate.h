@@ -18,6 +18,7 @@ class GameStore;
 class GlobalShortcut;
 class NotchPanelController;
 class OnboardingWindowController;
+class VeltUpdateManager;
 struct PlatformServices;
 
 // The application shell: creates the panel controller, the tray icon with its
@@ -51,9 +52,8 @@ public:
     QSystemTrayIcon& trayIcon() { return *m_tray; }
     QMenu& optionsMenu() { return *m_menu; }
     OnboardingWindowController* onboarding() const;
-
-    // Set once the update manager exists; "Check for Updates…" calls it.
-    std::function<void()> checkForUpdates;
+    // Made on the first "Check for Updates…"; null before.
+    VeltUpdateManager* updates() const { return m_updates; }
 
 public slots:
     void play();
@@ -84,6 +84,7 @@ private:
     QMenu* m_menu = nullptr;
     QPointer<OnboardingWindowController> m_onboarding;
     QTimer* m_trayWait = nullptr;
+    VeltUpdateManager* m_updates = nullptr;
     bool m_shutDown = false;
 };
 

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <sodium.h>
+
+#include <string>
+#include <string_view>
+
+namespace vantrel {
+
+// SHA-256 over bytes fed in pieces, for archives too large to hold at once.
+class Sha256 {
+public:
+    Sha256();
+    void update(std::string_view bytes);
+    // The digest as 64 lower-case hexadecimal digits. Ends the computation.
+    std::string finishHex();
+
+    static std::string hex(std::string_view bytes);
+
+private:
+    crypto_hash_sha256_state m_state;
+};
+
+// Makes libsodium ready; safe to call any number of times from any thread.
+// Returns false only if the library cannot work on this machine.
+bool ensureSodium();
+
+} // namespace vantrel
