@@ -1,11 +1,16 @@
 #!/usr/bin/env bash
-# Sets everything up and runs Vantrel.
+# Sets everything up and runs Vantrel. Arguments are passed on to the program
+# (see build/release/Vantrel/vantrel --help). Without a display (no DISPLAY and
+# no WAYLAND_DISPLAY) it shows the program on a virtual display instead and
+# saves screenshots of it (scripts/demo.sh).
 set -euo pipefail
 cd "$(dirname "$0")"
 scripts/install-deps.sh
 scripts/build.sh release
 
-echo
-echo "The desktop program is still being built; meanwhile here is the game core"
-echo "playing a headless minute (seed 7) with the autopilot at the keys:"
-build/release/tools/vantrel-sim/vantrel-sim bot --seed 7 --minutes 1
+if [[ -z "${DISPLAY:-}" && -z "${WAYLAND_DISPLAY:-}" ]]; then
+  echo
+  echo "No display here: running Vantrel on a virtual display with the autopilot at the keys."
+  exec scripts/demo.sh "$@"
+fi
+exec build/release/Vantrel/vantrel "$@"

@@ -12,11 +12,11 @@ build_pkgs=(
   libsodium-dev nlohmann-json3-dev liburiparser-dev
   libgtest-dev libgmock-dev libbenchmark-dev npm
   qt6-qpa-plugins libqt6multimedia6 gstreamer1.0-plugins-base
-  xvfb xauth openbox x11-utils x11-xserver-utils xdotool
+  xvfb xauth openbox x11-utils x11-xserver-utils xdotool imagemagick trayer
 )
 test_pkgs=(
   clang libclang-rt-14-dev
-  wmctrl imagemagick xterm trayer dbus dbus-x11 python3 python3-dbus python3-gi
+  wmctrl xterm dbus dbus-x11 python3 python3-dbus python3-gi
   pulseaudio pulseaudio-utils sox libsox-fmt-all gsettings-desktop-schemas libglib2.0-bin
   openssl clang-format strace
 )
