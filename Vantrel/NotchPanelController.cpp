@@ -334,8 +334,13 @@ bool NotchPanelController::eventFilter(QObject* watched, QEvent* event) {
 
 bool NotchPanelController::handleKey(QObject* watched, QEvent* event) {
     auto* widget = qobject_cast<QWidget*>(watched);
-    if (widget == nullptr || widget->window() != m_panel.get() || !m_store->expanded() ||
-        !m_panel->isActiveWindow()) {
+    // Qt may leave the active window unset after a quick hide and show whose
+    // focus-out it has not processed yet (its focus window never changed), so
+    // the focus window counts too.
+    const bool focused =
+        m_panel->isActiveWindow() ||
+        (m_panel->windowHandle() && QGuiApplication::focusWindow() == m_panel->windowHandle());
+    if (widget == nullptr || widget->window() != m_panel.get() || !m_store->expanded() || !focused) {
         return false;
     }
     auto* key = static_cast<QKeyEvent*>(event);

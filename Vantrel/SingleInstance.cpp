@@ -1,5 +1,6 @@
 #include "Vantrel/SingleInstance.h"
 
+#include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QLocalServer>
@@ -51,6 +52,9 @@ SingleInstance::Role SingleInstance::start(const QString& message) {
     const QDeadlineTimer deadline(startupWaitMs);
     while (!deadline.hasExpired()) {
         if (m_lock.tryLock(0)) {
+            if (!QCoreApplication::instance()) {
+                return Role::primary; // listen() follows once the application exists
+            }
             return listen() ? Role::primary : Role::failed;
         }
         if (m_lock.error() != QLockFile::LockFailedError) {
@@ -68,6 +72,9 @@ SingleInstance::Role SingleInstance::start(const QString& message) {
 }
 
 bool SingleInstance::listen() {
+    if (m_server) {
+        return true;
+    }
     // The lock is ours, so a socket file left behind belongs to a process that died.
     QLocalServer::removeServer(socketPath());
     m_server = std::make_unique<QLocalServer>();

@@ -26,7 +26,12 @@ public:
 
     // Becomes the primary instance, or, when another one runs, delivers
     // `message` to it. `failed`: neither worked; errorString() says why.
+    // A primary started before the application object exists does not listen
+    // yet (a socket notifier needs the event dispatcher): call listen() once
+    // the application is made. Later launches wait a few seconds for that.
     Role start(const QString& message);
+    // Accepts later launches' requests; false with errorString() on failure.
+    bool listen();
     QString errorString() const { return m_error; }
     QString socketPath() const;
 
@@ -38,7 +43,6 @@ signals:
 
 private:
     bool deliver(const QString& message);
-    bool listen();
 
     QString m_directory;
     QLockFile m_lock;

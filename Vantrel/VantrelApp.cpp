@@ -90,6 +90,10 @@ int main(int argc, char** argv) {
     }
 
     QApplication app(argc, argv);
+    if (role == SingleInstance::Role::primary && !instance.listen()) {
+        QTextStream(stderr) << "vantrel: " << instance.errorString()
+                            << " A second launch may start a second copy." << Qt::endl;
+    }
     QApplication::setOrganizationName(QStringLiteral("Vantrel"));
     QApplication::setApplicationName(QStringLiteral("Vantrel"));
     QApplication::setQuitOnLastWindowClosed(false);

@@ -43,8 +43,18 @@ class Desktop:
                         VANTREL_TRAY_WAIT_SECONDS="3600")
         self.env.pop("DBUS_SESSION_BUS_ADDRESS", None)
         self.env.pop("WAYLAND_DISPLAY", None)
-        self._spawn(["openbox", "--sm-disable"])
-        self.wait_for(lambda: self._wm_ready(), 30, "openbox did not start")
+        wm_log = os.path.join(self.tmp, "openbox.log")
+        with open(wm_log, "w") as log:
+            wm = self._spawn(["openbox", "--sm-disable"], stderr=log)
+        try:
+            self.wait_for(lambda: self._wm_ready() or wm.poll() is not None, 30, "openbox did not start")
+            if wm.poll() is not None:
+                raise AssertionError("openbox exited with %s" % wm.returncode)
+        except AssertionError as error:
+            with open(wm_log) as log:
+                message = "%s on %s: %s" % (error, self.display, log.read().strip()[-500:])
+            self.close()
+            raise AssertionError(message)
         self.app = None
 
     def _start_xvfb(self, width, height):
@@ -154,6 +164,81 @@ class Desktop:
         except AssertionError:
             raise AssertionError("%s (last geometry %s)" % (message, last[0]))
         return last[0]
+
+    # --- the tray ----------------------------------------------------------
+
+    def start_tray(self):
+        """trayer, an XEmbed system tray, docked in the top right corner (away from the panel)."""
+        if shutil.which("trayer") is None:
+            skip("trayer is missing (scripts/install-deps.sh --test installs it)")
+        log_path = os.path.join(self.tmp, "trayer.log")
+        with open(log_path, "w") as log:
+            tray = self._spawn(["trayer", "--edge", "top", "--align", "right", "--widthtype", "pixel",
+                                "--width", "120", "--heighttype", "pixel", "--height", "28",
+                                "--SetDockType", "true", "--expand", "false"], stderr=log)
+        try:
+            self.wait_for(lambda: self.tray_window() is not None or tray.poll() is not None, 10,
+                          "trayer did not start")
+            if tray.poll() is not None:
+                raise AssertionError("trayer exited with %s" % tray.returncode)
+        except AssertionError as error:
+            with open(log_path) as log:
+                raise AssertionError("%s: %s" % (error, log.read().strip()[-500:]))
+
+    def tray_window(self):
+        out = subprocess.run(["xdotool", "search", "--onlyvisible", "--class", "^trayer$"], env=self.env,
+                             capture_output=True, text=True).stdout.split()
+        return out[0] if out else None
+
+    def tray_icon(self):
+        """(window, x, y, width, height) of vantrel's icon embedded in the tray, or None."""
+        tray = self.tray_window()
+        if tray is None:
+            return None
+        tree = subprocess.run(["xwininfo", "-id", tray, "-tree"], env=self.env, capture_output=True,
+                              text=True).stdout
+        for line in tree.splitlines():
+            # 0x1e00007 "Vantrel": ("vantrel" "Vantrel")  22x22+0+0  +1163+3
+            if '"vantrel"' not in line.lower():
+                continue
+            parts = line.split()
+            size, absolute = parts[-2], parts[-1]
+            w, h = (int(v) for v in size.split("+")[0].split("x"))
+            x, y = (int(v) for v in absolute.lstrip("+").split("+"))
+            if w > 1 and h > 1:
+                return parts[0], x, y, w, h
+        return None
+
+    # --- other windows -----------------------------------------------------
+
+    def visible_windows(self, name=None, cls=None):
+        argv = ["xdotool", "search", "--onlyvisible"]
+        argv += ["--name", name] if name else ["--class", cls]
+        return subprocess.run(argv, env=self.env, capture_output=True, text=True).stdout.split()
+
+    def window_geometry(self, wid):
+        info = subprocess.run(["xwininfo", "-id", wid], env=self.env, capture_output=True, text=True).stdout
+        values = {}
+        for line in info.splitlines():
+            line = line.strip()
+            for key in ("Absolute upper-left X", "Absolute upper-left Y", "Width", "Height"):
+                if line.startswith(key + ":"):
+                    values[key] = int(line.split(":")[1])
+        if len(values) < 4:
+            return None
+        return (values["Absolute upper-left X"], values["Absolute upper-left Y"], values["Width"],
+                values["Height"])
+
+    def read_settings(self):
+        """The settings file as a dict of strings (QSettings' INI format, [General] section)."""
+        values = {}
+        with open(self.settings) as f:
+            for line in f:
+                line = line.strip()
+                if "=" in line and not line.startswith("["):
+                    key, value = line.split("=", 1)
+                    values[key.strip()] = value.strip()
+        return values
 
     # --- input -------------------------------------------------------------
 
