@@ -19,9 +19,11 @@ namespace {
 
 // True when the status icon's pixel at bitmap cell (column, row) is lit.
 bool lit(int column, int row) {
-    const auto& rows = row < 16 ? PixelDino::body[row] : PixelDino::feetRest[row - 16];
-    return column >= 0 && column < PixelDino::figureColumns && row >= 0 && row < PixelDino::figureRows &&
-           rows[column] == '#';
+    if (column < 0 || column >= PixelDino::figureColumns || row < 0 || row >= PixelDino::figureRows) {
+        return false;
+    }
+    const std::string_view line = row < 16 ? PixelDino::body[row] : PixelDino::feetRest[row - 16];
+    return line[column] == '#';
 }
 
 } // namespace
