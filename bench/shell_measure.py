@@ -67,7 +67,7 @@ def icon_dark_pixels(d, icon):
 
 
 def startup(d, launches):
-    ready, embedded, painted = [], [], []
+    ready, embedded, painted, resident = [], [], [], []
     for _ in range(launches):
         app, started = start(d)
         t_ready = t_embed = t_paint = None
@@ -87,6 +87,8 @@ def startup(d, launches):
         ready.append(t_ready)
         embedded.append(t_embed)
         painted.append(t_paint)
+        time.sleep(1.0)
+        resident.append(rss_kib(app.pid) / 1024)
         d.stop_vantrel()
         d.wait_for(lambda: d.tray_icon() is None, 5, "the icon stayed after the program ended")
         time.sleep(0.3)
@@ -99,6 +101,7 @@ def startup(d, launches):
     row("spawn -> 'vantrel: ready' (event loop)", ready)
     row("spawn -> icon window embedded in the tray", embedded)
     row("spawn -> dinosaur pixels on screen in the tray", painted)
+    print("VmRSS one second after start-up, playfield closed: median %.1f MB" % statistics.median(resident))
 
 
 def memory(d, minutes):

@@ -36,7 +36,16 @@ class Desktop:
         with open(self.settings, "w") as f:
             # Onboarding done unless a test is about the first launch.
             f.write("[General]\n" + ("hasCompletedOnboarding=true\n" if onboarded else "") + extra_settings)
-        self.display = self._start_xvfb(width, height)
+        # Two servers started at once may race for a display number: the loser exits; try again.
+        for attempt in range(3):
+            try:
+                self.display = self._start_xvfb(width, height)
+                break
+            except RuntimeError:
+                if attempt == 2:
+                    self.close()
+                    raise
+                time.sleep(0.2)
         self.env = dict(os.environ, DISPLAY=self.display, HOME=self.tmp, XDG_CONFIG_HOME=self.tmp,
                         XDG_RUNTIME_DIR=self.tmp, QT_QPA_PLATFORM="xcb",
                         # No tray host here unless a test starts one: no notice about it either.
@@ -74,7 +83,10 @@ class Desktop:
             data += chunk
         os.close(read_fd)
         if not data.strip():
-            self.close()
+            if proc.poll() is None:
+                proc.kill()
+            proc.wait()
+            self.procs.remove(proc)
             raise RuntimeError("Xvfb did not report a display")
         return ":" + data.decode().strip()
 
