@@ -13,14 +13,8 @@
 namespace vantrel {
 
 std::unique_ptr<X11DesktopPointer> X11DesktopPointer::create(QString* error, QObject* parent) {
-    if (x11::qtConnection() == nullptr) {
-        *error = QStringLiteral("not running on X11");
-        return nullptr;
-    }
-    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-    if (xcb_connection_has_error(connection) != 0) {
-        xcb_disconnect(connection);
-        *error = QStringLiteral("cannot open a second X connection");
+    xcb_connection_t* connection = x11::openSecondConnection(error);
+    if (connection == nullptr) {
         return nullptr;
     }
     const xcb_query_extension_reply_t* ext = xcb_get_extension_data(connection, &xcb_input_id);

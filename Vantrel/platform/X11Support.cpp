@@ -78,4 +78,18 @@ void sendToRoot(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t ty
     xcb_flush(connection);
 }
 
+xcb_connection_t* openSecondConnection(QString* error) {
+    if (qtConnection() == nullptr) {
+        *error = QStringLiteral("not running on X11");
+        return nullptr;
+    }
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    if (xcb_connection_has_error(connection) != 0) {
+        xcb_disconnect(connection);
+        *error = QStringLiteral("cannot open a second X connection");
+        return nullptr;
+    }
+    return connection;
+}
+
 } // namespace vantrel::x11

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QString>
+
 #include <xcb/xcb.h>
 
 #include <cstdint>
@@ -11,6 +13,10 @@ namespace vantrel::x11 {
 
 // Qt's own connection, or null when the application does not run on xcb.
 xcb_connection_t* qtConnection();
+
+// A connection of our own beside Qt's, so our event selections leave Qt's
+// untouched. Null, with `error` set, when not on X11 or when it cannot be opened.
+xcb_connection_t* openSecondConnection(QString* error);
 xcb_window_t rootWindow(xcb_connection_t* connection);
 xcb_atom_t atom(xcb_connection_t* connection, const char* name);
 

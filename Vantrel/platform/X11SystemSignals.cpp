@@ -11,14 +11,8 @@
 namespace vantrel {
 
 std::unique_ptr<X11SystemSignals> X11SystemSignals::create(QString* error, QObject* parent) {
-    if (x11::qtConnection() == nullptr) {
-        *error = QStringLiteral("not running on X11");
-        return nullptr;
-    }
-    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
-    if (xcb_connection_has_error(connection) != 0) {
-        xcb_disconnect(connection);
-        *error = QStringLiteral("cannot open a second X connection");
+    xcb_connection_t* connection = x11::openSecondConnection(error);
+    if (connection == nullptr) {
         return nullptr;
     }
     return std::unique_ptr<X11SystemSignals>(new X11SystemSignals(connection, parent));
