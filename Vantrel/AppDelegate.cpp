@@ -3,6 +3,7 @@
 #include "Vantrel/DesktopNotice.h"
 #include "Vantrel/GameStore.h"
 #include "Vantrel/GlobalShortcut.h"
+#include "Vantrel/Logging.h"
 #include "Vantrel/NotchPanel.h"
 #include "Vantrel/NotchPanelController.h"
 #include "Vantrel/OnboardingView.h"
@@ -165,6 +166,7 @@ void AppDelegate::checkTray() {
 }
 
 void AppDelegate::handleRequest(const QString& request) {
+    qCDebug(lcShell) << "request from another launch:" << request;
     if (request == QLatin1String("toggle")) {
         m_controller->toggle();
     } else if (request == QLatin1String("demo")) {

@@ -1,5 +1,6 @@
 #include "Vantrel/GlobalShortcut.h"
 
+#include "Vantrel/Logging.h"
 #include "Vantrel/platform/HotKey.h"
 
 namespace vantrel {
@@ -7,6 +8,7 @@ namespace vantrel {
 GlobalShortcut::GlobalShortcut(std::unique_ptr<HotKey> hotKey, std::function<void()> action, QObject* parent)
     : QObject(parent), m_hotKey(std::move(hotKey)), m_action(std::move(action)) {
     connect(m_hotKey.get(), &HotKey::activated, this, [this] {
+        qCDebug(lcShell) << "global shortcut pressed";
         if (m_action) {
             m_action();
         }

@@ -1,5 +1,6 @@
 #include "Vantrel/NotchPanel.h"
 
+#include "Vantrel/Logging.h"
 #include "Vantrel/NotchShape.h"
 #include "Vantrel/platform/WindowTraits.h"
 
@@ -54,6 +55,7 @@ void NotchPanel::setContent(QWidget* content) {
 }
 
 void NotchPanel::orderFront() {
+    qCDebug(lcPanel) << "order front; visible" << isVisible() << "geometry" << geometry();
     if (isVisible()) {
         raise();
         return;

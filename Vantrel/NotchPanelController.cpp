@@ -2,6 +2,7 @@
 
 #include "Vantrel/Clock.h"
 #include "Vantrel/GameStore.h"
+#include "Vantrel/Logging.h"
 #include "Vantrel/NotchHoverMonitor.h"
 #include "Vantrel/NotchPanel.h"
 #include "Vantrel/NotchView.h"
@@ -185,8 +186,10 @@ bool NotchPanelController::isOwnWindow(quint64 window) const {
 
 bool NotchPanelController::expand() {
     if (authorizePlay && !authorizePlay()) {
+        qCDebug(lcPanel) << "expand refused: onboarding comes first";
         return false;
     }
+    qCDebug(lcPanel) << "expand; expanded" << m_store->expanded() << "visible" << m_panel->isVisible();
     if (!m_store->expanded()) {
         quint64 active = m_services.activeWindow->current();
         if (active == 0) {
@@ -194,6 +197,7 @@ bool NotchPanelController::expand() {
         } else if (!isOwnWindow(active)) {
             m_previousWindow = active;
         }
+        m_hadKeyboard = m_panel->isActiveWindow();
     }
     m_changingVisibility = true;
     selectScreen(true);
@@ -217,6 +221,7 @@ void NotchPanelController::collapse(bool restoreFocus) {
     if (!m_store->expanded()) {
         return;
     }
+    qCDebug(lcPanel) << "collapse; restore focus" << restoreFocus;
     m_changingVisibility = true;
     m_store->pause();
     m_store->setExpanded(false);
@@ -241,6 +246,7 @@ void NotchPanelController::toggle() {
 
 void NotchPanelController::hide() {
     if (!m_store->expanded() && !m_store->peeking()) {
+        qCDebug(lcPanel) << "panel hidden";
         m_panel->orderOut();
     }
 }
@@ -301,13 +307,15 @@ void NotchPanelController::sleeping() {
 }
 
 void NotchPanelController::windowDidResignKey() {
-    if (!m_changingVisibility) {
+    qCDebug(lcPanel) << "panel lost the keyboard";
+    if (!m_changingVisibility && m_hadKeyboard) {
         collapse(false);
     }
 }
 
 void NotchPanelController::appDeactivated() {
-    if (!m_changingVisibility) {
+    qCDebug(lcPanel) << "application no longer active";
+    if (!m_changingVisibility && m_hadKeyboard) {
         collapse(false);
     }
 }
@@ -322,6 +330,12 @@ bool NotchPanelController::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::KeyPress:
     case QEvent::KeyRelease:
         return handleKey(watched, event);
+    case QEvent::WindowActivate:
+        if (watched == m_panel.get()) {
+            qCDebug(lcPanel) << "panel has the keyboard";
+            m_hadKeyboard = m_store->expanded();
+        }
+        return false;
     case QEvent::WindowDeactivate:
         if (watched == m_panel.get()) {
             windowDidResignKey();

@@ -100,6 +100,10 @@ private:
     quint64 m_previousWindow = 0;
     QPointer<QScreen> m_selectedScreen;
     bool m_changingVisibility = false;
+    // Set once the open panel has really had the keyboard. Until then a
+    // deactivation is an echo of an earlier close (Qt reports it late), not the
+    // user turning to another window.
+    bool m_hadKeyboard = false;
     bool m_screenChangePending = false;
     bool m_shutDown = false;
 };

@@ -1,6 +1,7 @@
 #include "Vantrel/PanelSpringAnimator.h"
 
 #include "Vantrel/Clock.h"
+#include "Vantrel/Logging.h"
 
 #include <QWidget>
 
@@ -70,6 +71,7 @@ void PanelSpringAnimator::tick() {
 
     if (m_width.settled() && m_height.settled()) {
         apply(m_target);
+        qCDebug(lcPanel) << "spring settled at" << m_target;
         std::function<void()> done = std::move(m_completion);
         stop();
         if (done) {

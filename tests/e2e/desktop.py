@@ -49,7 +49,10 @@ class Desktop:
         self.env = dict(os.environ, DISPLAY=self.display, HOME=self.tmp, XDG_CONFIG_HOME=self.tmp,
                         XDG_RUNTIME_DIR=self.tmp, QT_QPA_PLATFORM="xcb",
                         # No tray host here unless a test starts one: no notice about it either.
-                        VANTREL_TRAY_WAIT_SECONDS="3600")
+                        VANTREL_TRAY_WAIT_SECONDS="3600",
+                        # A trace of the panel and the shell, shown when a check fails.
+                        QT_LOGGING_RULES="vantrel.*.debug=true",
+                        QT_MESSAGE_PATTERN="%{time process} %{category}: %{message}")
         self.env.pop("DBUS_SESSION_BUS_ADDRESS", None)
         self.env.pop("WAYLAND_DISPLAY", None)
         wm_log = os.path.join(self.tmp, "openbox.log")
@@ -128,6 +131,13 @@ class Desktop:
         time.sleep(0.2)
         return self.app
 
+    def log_tail(self, lines=12):
+        """The program's last words, to explain a failed check."""
+        if getattr(self, "log", None) is None:
+            return ""
+        tail = self.stderr_text().strip().splitlines()[-lines:]
+        return "\n  vantrel's log ends:\n    " + "\n    ".join(tail) if tail else ""
+
     def stderr_text(self):
         self.log.flush()
         with open(os.path.join(self.tmp, "vantrel.log")) as f:
@@ -174,7 +184,7 @@ class Desktop:
         try:
             self.wait_for(check, timeout, message)
         except AssertionError:
-            raise AssertionError("%s (last geometry %s)" % (message, last[0]))
+            raise AssertionError("%s (last geometry %s)%s" % (message, last[0], self.log_tail()))
         return last[0]
 
     # --- the tray ----------------------------------------------------------

@@ -14,7 +14,6 @@ def main(program):
     status = 0
     with Desktop(program, WIDTH, HEIGHT) as d:
         d.start_vantrel()
-        work = d.start_xterm("work", "80x24+100+200")
         expanded = lambda cx: (cx - 240, 0, 480, 192)
 
         def shortcut_toggles_from_another_window():
@@ -26,6 +25,32 @@ def main(program):
             d.key("alt+super+space")
             d.wait_geometry(lambda g: g is None, 2.0, "the shortcut did not close the playfield")
             d.wait_for(lambda: d.active_window() == work, 3, "focus did not go back to the xterm")
+
+        def reopened_at_once_stays_open():
+            # Qt reports the focus lost by a close late; the playfield reopened
+            # in between must not take that for the user turning away.
+            d.move_to(WIDTH // 2, 400)
+            for attempt in range(3):
+                d.key("alt+super+space")
+                d.wait_geometry(lambda g: g == expanded(WIDTH // 2), 2.0,
+                                "attempt %d: the shortcut did not open the playfield" % attempt)
+                d.wait_for(lambda: d.active_window() == d.panel_window(), 3,
+                           "attempt %d: the playfield has no focus" % attempt)
+                d.key("Escape")
+                d.wait_geometry(lambda g: g is None, 2.0, "attempt %d: Escape did not close it" % attempt)
+                d.key("alt+super+space")
+                d.wait_geometry(lambda g: g == expanded(WIDTH // 2), 2.0,
+                                "attempt %d: reopened at once, the playfield did not open" % attempt)
+                deadline = time.time() + 0.8
+                while time.time() < deadline:
+                    g = d.panel_geometry()
+                    assert g == expanded(WIDTH // 2), "attempt %d: reopened at once, it closed again (%s)%s" % (
+                        attempt, g, d.log_tail())
+                    time.sleep(0.05)
+                d.wait_for(lambda: d.active_window() == d.panel_window(), 3,
+                           "attempt %d: reopened, the playfield has no focus" % attempt)
+                d.key("Escape")
+                d.wait_geometry(lambda g: g is None, 2.0, "attempt %d: the last Escape did not close it" % attempt)
 
         def shortcut_held_elsewhere_is_reported():
             other = dict(d.env, HOME=os.path.join(d.tmp, "other"), XDG_RUNTIME_DIR=os.path.join(d.tmp, "other"),
@@ -84,7 +109,13 @@ def main(program):
             d.glide([(640, 40), (640, 2)])
             d.wait_geometry(lambda g: g == (640 - 87, 0, 174, 24), 2.0, "no peek on the remaining screen")
 
+        # First with no other window to hand the focus back to: then Qt's late
+        # notice that the application lost the focus comes after the reopening.
         status = run_checks([
+            ("the playfield reopened right after closing stays open", reopened_at_once_stays_open),
+        ])
+        work = d.start_xterm("work", "80x24+100+200")
+        status |= run_checks([
             ("Alt+Super+Space opens and closes the playfield from another window",
              shortcut_toggles_from_another_window),
             ("a shortcut held by another program is reported", shortcut_held_elsewhere_is_reported),

@@ -1,0 +1,8 @@
+#include "Vantrel/Logging.h"
+
+namespace vantrel {
+
+Q_LOGGING_CATEGORY(lcPanel, "vantrel.panel", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcShell, "vantrel.shell", QtInfoMsg)
+
+} // namespace vantrel
