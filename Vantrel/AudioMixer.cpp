@@ -1,9 +1,11 @@
 #include "Vantrel/AudioMixer.h"
 
+#include "Vantrel/Logging.h"
+
 #include <QAudioDevice>
 #include <QAudioSink>
+#include <QIODevice>
 #include <QMediaDevices>
-#include <QMutexLocker>
 
 #include <algorithm>
 #include <chrono>
@@ -18,32 +20,30 @@ qint64 monotonicMs() {
 }
 
 constexpr qint64 frameBytes = AudioMixer::channels * static_cast<qint64>(sizeof(float));
-// Qt 6.4's PulseAudio sink pulls 20 ms per tick of its timer.
-constexpr qint64 pullBytes = AudioMixer::sampleRate / 50 * frameBytes;
-constexpr qint64 marginBytes = 512; // 3 ms
+constexpr qint64 bytesPerMs = AudioMixer::sampleRate * frameBytes / 1000;
 
 } // namespace
 
-AudioMixer::AudioMixer(QObject* parent) : QIODevice(parent) {
-    // A loaded machine may need more room against underruns, at the cost of delay.
+AudioMixer::AudioMixer(QObject* parent) : QObject(parent) {
+    // A loaded machine may need more room against gaps, at the cost of delay.
     bool ok = false;
     const int requested = qEnvironmentVariableIntValue("VANTREL_AUDIO_BUFFER_BYTES", &ok);
-    if (ok && requested >= 4096 && requested <= 1 << 20) {
+    if (ok && requested >= 1024 && requested <= 1 << 20) {
         m_bufferBytes = requested;
     }
-    // Unbuffered: QIODevice would otherwise read 16 KiB (370 ms) ahead and delay every new sound.
-    open(QIODevice::ReadOnly | QIODevice::Unbuffered);
     m_idleTimer.setSingleShot(true);
     connect(&m_idleTimer, &QTimer::timeout, this, &AudioMixer::idleCheck);
+    m_feedTimer.setTimerType(Qt::PreciseTimer);
+    connect(&m_feedTimer, &QTimer::timeout, this, &AudioMixer::feed);
 }
 
 AudioMixer::~AudioMixer() {
+    m_feedTimer.stop();
     if (m_sink) {
         m_sink->stop();
         delete m_sink;
         m_sink = nullptr;
     }
-    QMutexLocker locker(&m_lock);
     for (const auto& voice : m_voices) {
         voice->playing = false;
         voice->ended = nullptr;
@@ -63,58 +63,46 @@ QAudioFormat AudioMixer::format() {
 std::shared_ptr<AudioMixer::Voice> AudioMixer::addVoice(std::vector<float> samples) {
     auto voice = std::make_shared<Voice>();
     voice->samples = std::move(samples);
-    QMutexLocker locker(&m_lock);
     m_voices.push_back(voice);
     return voice;
 }
 
 void AudioMixer::removeVoice(const std::shared_ptr<Voice>& voice) {
-    QMutexLocker locker(&m_lock);
     voice->playing = false;
     voice->ended = nullptr;
     m_voices.erase(std::remove(m_voices.begin(), m_voices.end(), voice), m_voices.end());
 }
 
 void AudioMixer::startVoice(const std::shared_ptr<Voice>& voice) {
-    {
-        QMutexLocker locker(&m_lock);
-        if (voice->position >= voice->samples.size()) {
-            voice->position = 0;
-        }
-        voice->playing = true;
+    if (voice->position >= voice->samples.size()) {
+        voice->position = 0;
     }
+    voice->playing = true;
     ensureSink();
+    // Into whatever room the server has now, not at the next tick.
+    feed();
 }
 
 void AudioMixer::stopVoice(const std::shared_ptr<Voice>& voice) {
-    bool silent = false;
-    {
-        QMutexLocker locker(&m_lock);
-        voice->playing = false;
-        silent = !anyPlayingLocked();
-    }
-    if (silent) {
+    voice->playing = false;
+    if (!anyPlaying()) {
         armIdleStop();
     }
 }
 
 void AudioMixer::rewindVoice(const std::shared_ptr<Voice>& voice) {
-    QMutexLocker locker(&m_lock);
     voice->position = 0;
 }
 
 void AudioMixer::setVoiceVolume(const std::shared_ptr<Voice>& voice, float volume) {
-    QMutexLocker locker(&m_lock);
     voice->volume = volume;
 }
 
 bool AudioMixer::isVoicePlaying(const std::shared_ptr<Voice>& voice) const {
-    QMutexLocker locker(&m_lock);
     return voice->playing;
 }
 
 std::size_t AudioMixer::voicePosition(const std::shared_ptr<Voice>& voice) const {
-    QMutexLocker locker(&m_lock);
     return voice->position;
 }
 
@@ -122,66 +110,77 @@ bool AudioMixer::isSinkRunning() const {
     return m_sinkRunning;
 }
 
-bool AudioMixer::anyPlayingLocked() const {
+bool AudioMixer::anyPlaying() const {
     return std::any_of(m_voices.begin(), m_voices.end(), [](const auto& v) { return v->playing; });
 }
 
-qint64 AudioMixer::bytesAvailable() const {
-    // An endless stream: silence is data too while the sink runs.
-    return m_bufferBytes + QIODevice::bytesAvailable();
-}
-
-qint64 AudioMixer::writeData(const char*, qint64) {
-    return -1;
-}
-
-qint64 AudioMixer::readData(char* data, qint64 maxSize) {
-    const qint64 frames = maxSize / frameBytes;
-    if (frames <= 0) {
-        return 0;
-    }
-    m_mix.assign(static_cast<std::size_t>(frames), 0.0f);
+void AudioMixer::mix(float* out, std::size_t frames) {
+    std::fill(out, out + frames, 0.0f);
     bool audible = false;
     bool endedNow = false;
-    bool silentAfter = false;
-    {
-        QMutexLocker locker(&m_lock);
-        for (const auto& voice : m_voices) {
-            if (!voice->playing) {
-                continue;
-            }
-            const std::size_t left = voice->samples.size() - std::min(voice->position, voice->samples.size());
-            const std::size_t n = std::min(left, static_cast<std::size_t>(frames));
-            const float* in = voice->samples.data() + voice->position;
-            for (std::size_t i = 0; i < n; ++i) {
-                m_mix[i] += in[i] * voice->volume;
-            }
-            voice->position += n;
-            audible = audible || n > 0;
-            if (voice->position >= voice->samples.size()) {
-                voice->playing = false;
-                endedNow = true;
-                if (voice->ended) {
-                    voice->ended();
-                }
+    // A voice's `ended` may start or remove voices: walk a copy.
+    const std::vector<std::shared_ptr<Voice>> voices = m_voices;
+    for (const auto& voice : voices) {
+        if (!voice->playing) {
+            continue;
+        }
+        const std::size_t left = voice->samples.size() - std::min(voice->position, voice->samples.size());
+        const std::size_t n = std::min(left, frames);
+        const float* in = voice->samples.data() + voice->position;
+        for (std::size_t i = 0; i < n; ++i) {
+            out[i] += in[i] * voice->volume;
+        }
+        voice->position += n;
+        audible = audible || n > 0;
+        if (voice->position >= voice->samples.size()) {
+            voice->playing = false;
+            endedNow = true;
+            if (voice->ended) {
+                voice->ended();
             }
         }
-        silentAfter = !anyPlayingLocked();
     }
-    auto* out = reinterpret_cast<float*>(data);
-    for (qint64 i = 0; i < frames; ++i) {
-        const float s = std::clamp(m_mix[static_cast<std::size_t>(i)], -1.0f, 1.0f);
-        for (int c = 0; c < channels; ++c) {
-            out[channels * i + c] = s;
-        }
+    for (std::size_t i = 0; i < frames; ++i) {
+        out[i] = std::clamp(out[i], -1.0f, 1.0f);
     }
     if (audible) {
-        m_lastAudibleMs.store(monotonicMs());
+        m_lastAudibleMs = monotonicMs();
     }
-    if (endedNow && silentAfter) {
-        QMetaObject::invokeMethod(this, &AudioMixer::armIdleStop, Qt::QueuedConnection);
+    if (endedNow && !anyPlaying()) {
+        armIdleStop();
     }
-    return frames * frameBytes;
+}
+
+void AudioMixer::feed() {
+    if (!m_sinkRunning || m_sink == nullptr || m_output == nullptr) {
+        return;
+    }
+    const qint64 room = m_sink->bytesFree() / frameBytes * frameBytes;
+    // All the room there is: the server has played everything it was given.
+    if (m_fedSinceStart && room >= m_keptBytes) {
+        noteGap();
+    }
+    m_fedSinceStart = true;
+    if (room <= 0) {
+        return;
+    }
+    const auto frames = static_cast<std::size_t>(room / frameBytes);
+    m_mix.resize(frames * channels);
+    mix(m_mix.data(), frames);
+    m_output->write(reinterpret_cast<const char*>(m_mix.data()), room);
+}
+
+void AudioMixer::noteGap() {
+    ++m_underruns;
+    // A gap in the silence of the hold is not heard: no reason to add delay. One
+    // gap may be seen twice (by the sink and by the top-up): grow once per start.
+    const bool heard = anyPlaying() || monotonicMs() - m_lastAudibleMs < 100;
+    if (heard && !m_grewThisRun) {
+        m_bufferBytes = std::max(m_bufferBytes, std::min(m_bufferBytes * 3 / 2, maxBufferBytes));
+        m_grewThisRun = true;
+    }
+    qCDebug(lcAudio) << "the stream ran dry" << (heard ? "in a sound" : "in silence")
+                     << "; the next start asks for" << m_bufferBytes << "bytes";
 }
 
 void AudioMixer::ensureSink() {
@@ -198,6 +197,10 @@ void AudioMixer::ensureSink() {
         }
         m_sink = new QAudioSink(device, format(), this);
         connect(m_sink, &QAudioSink::stateChanged, this, [this](QAudio::State state) {
+            // Pushed, the sink falls idle after starting only when the server ran dry.
+            if (state == QAudio::IdleState && m_sinkRunning) {
+                noteGap();
+            }
             // A sink that stops by itself has lost its server; sounding voices end.
             if (state == QAudio::StoppedState && m_sinkRunning && m_sink &&
                 m_sink->error() != QAudio::NoError) {
@@ -206,33 +209,30 @@ void AudioMixer::ensureSink() {
             }
         });
     }
-    if (!startSink(m_bufferBytes)) {
+    if (!startSink()) {
         return;
     }
-    // The server keeps the requested size minus its own latency, which depends on
-    // the device. Less than two pulls of room either stalls the stream (prebuffer
-    // never reached) or leaves no margin against underruns: ask again with more.
-    const qsizetype kept = m_sink->bufferSize();
-    if (kept > 0 && kept < 2 * pullBytes + marginBytes) {
-        m_sink->stop();
-        // The server scales what it keeps (three quarters on a null sink); scale the request alike.
-        m_bufferBytes = static_cast<int>((m_bufferBytes * (2 * pullBytes + marginBytes) + kept - 1) / kept);
-        if (!startSink(m_bufferBytes)) {
-            return;
-        }
-    }
     m_sinkRunning = true;
-    m_lastAudibleMs.store(monotonicMs());
+    m_lastAudibleMs = monotonicMs();
+    m_fedSinceStart = false;
+    m_grewThisRun = false;
+    // Top up about four times per buffer the server keeps, so one late tick is no gap.
+    m_keptBytes = m_sink->bufferSize() > 0 ? m_sink->bufferSize() : m_bufferBytes;
+    m_feedTimer.start(static_cast<int>(std::clamp<qint64>(m_keptBytes / bytesPerMs / 4, 2, 20)));
+    qCDebug(lcAudio) << "sink started: asked for" << m_bufferBytes << "bytes, the server keeps" << m_keptBytes
+                     << "; top-up every" << m_feedTimer.interval() << "ms";
     emit sinkRunningChanged(true);
 }
 
-bool AudioMixer::startSink(int bufferBytes) {
+bool AudioMixer::startSink() {
     ++m_sinkStarts;
-    m_sink->setBufferSize(bufferBytes);
-    m_sink->start(this);
+    m_sink->setBufferSize(m_bufferBytes);
+    m_output = m_sink->start();
     // Without a sound server start() fails at once and says so only here.
-    if (m_sink->error() != QAudio::NoError || m_sink->state() == QAudio::StoppedState) {
+    if (m_output == nullptr || m_sink->error() != QAudio::NoError ||
+        m_sink->state() == QAudio::StoppedState) {
         ++m_sinkFailures;
+        m_output = nullptr;
         m_sink->deleteLater(); // a later start makes a fresh one, maybe on a new default device
         m_sink = nullptr;
         failAllVoices();
@@ -242,8 +242,7 @@ bool AudioMixer::startSink(int bufferBytes) {
 }
 
 void AudioMixer::failAllVoices() {
-    QMutexLocker locker(&m_lock);
-    for (const auto& voice : m_voices) {
+    for (const auto& voice : std::vector<std::shared_ptr<Voice>>(m_voices)) {
         if (voice->playing) {
             voice->playing = false;
             if (voice->ended) {
@@ -260,13 +259,10 @@ void AudioMixer::armIdleStop() {
 }
 
 void AudioMixer::idleCheck() {
-    {
-        QMutexLocker locker(&m_lock);
-        if (anyPlayingLocked()) {
-            return;
-        }
+    if (anyPlaying()) {
+        return;
     }
-    const qint64 silentFor = monotonicMs() - m_lastAudibleMs.load();
+    const qint64 silentFor = monotonicMs() - m_lastAudibleMs;
     if (silentFor < holdMilliseconds) {
         m_idleTimer.start(static_cast<int>(holdMilliseconds - silentFor));
         return;
@@ -276,10 +272,13 @@ void AudioMixer::idleCheck() {
 
 void AudioMixer::stopSink() {
     m_idleTimer.stop();
+    m_feedTimer.stop();
     if (!m_sinkRunning) {
         return;
     }
     m_sinkRunning = false;
+    qCDebug(lcAudio) << "sink stopped after silence";
+    m_output = nullptr; // the sink deletes its push device when it stops
     if (m_sink) {
         m_sink->stop();
     }

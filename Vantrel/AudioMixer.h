@@ -1,24 +1,25 @@
 #pragma once
 
 #include <QAudioFormat>
-#include <QIODevice>
-#include <QMutex>
+#include <QObject>
 #include <QTimer>
 
-#include <atomic>
 #include <functional>
 #include <memory>
 #include <vector>
 
 class QAudioSink;
+class QIODevice;
 
 namespace vantrel {
 
-// Sums every sounding voice into one stream that a single long-lived QAudioSink
-// pulls from. The sink runs only while something sounds, plus a short hold, so
-// a silent game wakes nothing. Voices are changed on the main thread; the sink
-// may pull from another thread, so voice state is guarded by a mutex.
-class AudioMixer : public QIODevice {
+// Sums every sounding voice into one stream written to a single long-lived
+// QAudioSink. The mixer pushes: a short timer keeps the server's small buffer
+// topped up, and a new sound is mixed and written the moment it starts, so it
+// waits only behind what the server already holds. The sink (and the timer) run
+// only while something sounds, plus a short hold, so a silent game wakes nothing.
+// Everything runs on the thread that owns the mixer.
+class AudioMixer : public QObject {
     Q_OBJECT
 public:
     // One sound being played: mono samples at `sampleRate`, full scale +-1.
@@ -27,19 +28,19 @@ public:
         std::size_t position = 0; // next sample to mix
         float volume = 1.0f;
         bool playing = false;
-        std::function<void()> ended; // called under the mixer's lock when the last sample was pulled
+        std::function<void()> ended; // called when the last sample was mixed
     };
 
     static constexpr int sampleRate = 44100;
     static constexpr int channels = 1;
-    // Qt 6.4's PulseAudio sink pulls 20 ms (3528 bytes of mono float) per tick of
-    // its timer, and only when the server's buffer has that much room. The server
-    // keeps part of the requested size (three quarters on a null sink) and starts
-    // playing at two thirds of what it keeps. Kept sizes between 1.5 and 2 pulls
-    // never start; under 2 pulls leave no margin against underruns. 10 KiB keeps
-    // ~2.2 pulls (44 ms) on a null sink: a new sound waits for the next tick and
-    // the ~20-25 ms already queued. The mixer asks for more when a device keeps less.
-    static constexpr int defaultBufferBytes = 10240;
+    // The latency asked of the server, in bytes of mono float: 6144 bytes is
+    // 35 ms, of which a null sink keeps three quarters (26 ms) in the stream's
+    // buffer and hands out as room in ~10-12 ms steps. A top-up later than the
+    // ~15 ms that are left leaves a gap, so after a gap heard in a sound the next
+    // start of the sink asks for half as much again, up to `maxBufferBytes`: a
+    // machine that keeps missing its deadlines trades delay for unbroken sound.
+    static constexpr int defaultBufferBytes = 6144;
+    static constexpr int maxBufferBytes = 16384;
     // The sink is stopped only after this much silence. It must exceed the sink's
     // latency (buffered samples are still to be heard), and a little more spares
     // restarting the stream between the quick jumps of a run.
@@ -52,6 +53,7 @@ public:
 
     // Takes effect at the next start of the sink.
     void setBufferBytes(int bytes) { m_bufferBytes = bytes; }
+    // What the next start asks for: the setting, grown after gaps.
     int bufferBytes() const { return m_bufferBytes; }
 
     std::shared_ptr<Voice> addVoice(std::vector<float> samples);
@@ -70,35 +72,41 @@ public:
     // How many times a sink was started; how many starts failed (no sound server, no device).
     int sinkStarts() const { return m_sinkStarts; }
     int sinkFailures() const { return m_sinkFailures; }
+    // How many times the server ran out of samples while the sink ran (an audible gap).
+    int underruns() const { return m_underruns; }
 
-    bool isSequential() const override { return true; }
-    qint64 bytesAvailable() const override;
+    // Mixes the next `frames` frames of every sounding voice into `out`, clamped
+    // to full scale, and moves the voices on.
+    void mix(float* out, std::size_t frames);
 
 signals:
     void sinkRunningChanged(bool running);
 
-protected:
-    qint64 readData(char* data, qint64 maxSize) override;
-    qint64 writeData(const char* data, qint64 maxSize) override;
-
 private:
     void ensureSink();
-    bool startSink(int bufferBytes);
+    bool startSink();
+    void feed();
+    void noteGap();
     void failAllVoices();
     void armIdleStop();
     void idleCheck();
     void stopSink();
-    bool anyPlayingLocked() const;
+    bool anyPlaying() const;
 
-    mutable QMutex m_lock;
     std::vector<std::shared_ptr<Voice>> m_voices;
     std::vector<float> m_mix; // scratch buffer, frames
-    std::atomic<qint64> m_lastAudibleMs{0};
+    qint64 m_lastAudibleMs = 0;
     QAudioSink* m_sink = nullptr;
+    QIODevice* m_output = nullptr; // the sink's push device while it runs
+    QTimer m_feedTimer;
     bool m_sinkRunning = false;
     QTimer m_idleTimer;
     int m_sinkStarts = 0;
     int m_sinkFailures = 0;
+    int m_underruns = 0;
+    qint64 m_keptBytes = 0;       // the server's buffer for the running sink
+    bool m_fedSinceStart = false; // the first top-up finds the buffer empty, rightly
+    bool m_grewThisRun = false;
     int m_bufferBytes = defaultBufferBytes;
 };
 

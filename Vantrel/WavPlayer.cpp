@@ -98,8 +98,9 @@ std::unique_ptr<WavPlayer> WavPlayer::create(std::span<const uint8_t> wav, Audio
 
 WavPlayer::WavPlayer(std::shared_ptr<AudioMixer::Voice> voice, AudioMixer& mixer)
     : m_mixer(&mixer), m_voice(std::move(voice)), m_sampleCount(m_voice->samples.size()) {
-    // Runs on whichever thread pulls the sound; the notice itself is queued. The
-    // destructor detaches the voice under the mixer's lock before this object goes.
+    // Runs while the mixer writes the last samples, which the server plays a little
+    // later; the notice is queued so that it never re-enters the mixer. The
+    // destructor detaches the voice before this object goes.
     m_voice->ended = [this] { QMetaObject::invokeMethod(this, &WavPlayer::finished, Qt::QueuedConnection); };
 }
 

@@ -15,6 +15,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <vector>
 
 using namespace vantrel;
@@ -76,6 +77,10 @@ static void BM_RealTimeExpansion(benchmark::State& state) {
                 double gap = stamps[i] - stamps[i - 1];
                 worst = std::max(worst, gap);
                 late += gap > 1.5 / 120 ? 1 : 0;
+                if (gap > 1.5 / 120 && qEnvironmentVariableIsSet("VANTREL_BENCH_TRACE")) {
+                    std::fprintf(stderr, "late frame %zu of %zu (%s): %.1f ms\n", i, stamps.size(),
+                                 opening ? "opening" : "closing", gap * 1000);
+                }
             }
             frames += static_cast<double>(stamps.size());
         }

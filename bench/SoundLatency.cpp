@@ -94,6 +94,7 @@ int main(int argc, char** argv) {
     });
 
     ArcadeAudio audio;
+    const int firstBuffer = audio.mixer().bufferBytes();
     pump(500); // the recording is running
     std::vector<Clock::time_point> warmPlays, coldPlays;
     // Cold: the sink has been stopped after silence (hold 1.5 s) and is started by the play.
@@ -138,9 +139,11 @@ int main(int argc, char** argv) {
         }
         return out;
     };
-    std::printf("play(jump) -> first sound at the server (PulseAudio null sink, buffer %d bytes requested)\n",
-                audio.mixer().bufferBytes());
+    std::printf("play(jump) -> first sound at the server (PulseAudio null sink, buffer %d bytes requested, "
+                "%d at the end)\n",
+                firstBuffer, audio.mixer().bufferBytes());
     summary("sink running (during a run)", latencies(warmPlays));
     summary("sink stopped (first after silence)", latencies(coldPlays));
+    std::printf("underruns (gaps) while the sink ran: %d\n", audio.mixer().underruns());
     return 0;
 }

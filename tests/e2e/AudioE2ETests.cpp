@@ -7,6 +7,7 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -66,6 +67,8 @@ protected:
     std::vector<float> finish() {
         pump(300); // the last sounds reach the sink
         auto rec = recording->stop();
+        // A gap in the stream shows as a mismatch below; this says why.
+        std::printf("the stream ran dry %d times\n", audio->mixer().underruns());
         if (const char* dump = std::getenv("VANTREL_DUMP")) {
             std::ofstream(dump, std::ios::binary)
                 .write(reinterpret_cast<const char*>(rec.data()), rec.size() * 4);
@@ -164,6 +167,61 @@ TEST_F(ArcadeAudioE2E, StopAllSilencesAtOnce) {
     EXPECT_LT(heard, 0.5 * record.size() / rate); // far short of the whole record (740 ms)
     EXPECT_GT(heard, stoppedAfter - 0.06);
     EXPECT_LT(heard, stoppedAfter + 0.1); // within the stream's buffer (~70 ms here) of the call
+}
+
+// A stream starved while a sound plays is a gap a listener hears: the next start
+// of the sink asks the server for more room. Starved in the silence after a
+// sound, it is not heard and changes nothing.
+class AudioMixerStarved : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!sound->why.empty()) {
+            GTEST_SKIP() << "no sound server for the test: " << sound->why;
+        }
+        recording = std::make_unique<MonitorRecording>(sound->server, 2);
+        ASSERT_EQ(recording->start(), "");
+        mixer.setBufferBytes(AudioMixer::defaultBufferBytes);
+        // An idle null sink sleeps up to 2 s between renders and notices the
+        // recording's short latency only when it wakes: until then a new stream
+        // would not be played at all, let alone starved.
+        pump(2200);
+        voice = mixer.addVoice(std::vector<float>(44100 / 2, 0.25f)); // half a second
+    }
+    // Keeps the event loop, and with it every top-up, away for far longer than the buffer lasts.
+    static void starve() { QThread::msleep(250); }
+    std::unique_ptr<MonitorRecording> recording;
+    AudioMixer mixer;
+    std::shared_ptr<AudioMixer::Voice> voice;
+};
+
+TEST_F(AudioMixerStarved, DuringASoundTheNextStartAsksForMore) {
+    mixer.startVoice(voice);
+    ASSERT_TRUE(mixer.isSinkRunning());
+    pump(60);
+    starve();
+    ASSERT_TRUE(pumpUntil([&] { return mixer.underruns() > 0; }, 2000)) << "the stream never ran dry";
+    EXPECT_EQ(mixer.bufferBytes(), AudioMixer::defaultBufferBytes * 3 / 2);
+    // It keeps growing with every heard gap, but never past the ceiling.
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_TRUE(pumpUntil([&] { return !mixer.isSinkRunning(); }, 5000));
+        const int before = mixer.underruns();
+        mixer.startVoice(voice);
+        pump(60);
+        starve();
+        ASSERT_TRUE(pumpUntil([&] { return mixer.underruns() > before; }, 2000));
+    }
+    EXPECT_EQ(mixer.bufferBytes(), AudioMixer::maxBufferBytes);
+}
+
+TEST_F(AudioMixerStarved, InTheSilenceAfterASoundNothingChanges) {
+    voice = mixer.addVoice(std::vector<float>(441, 0.25f)); // 10 ms
+    mixer.startVoice(voice);
+    ASSERT_TRUE(pumpUntil([&] { return !mixer.isVoicePlaying(voice); }, 2000));
+    pump(300); // the sink holds on, writing silence
+    ASSERT_TRUE(mixer.isSinkRunning());
+    starve();
+    ASSERT_TRUE(pumpUntil([&] { return mixer.underruns() > 0; }, 2000)) << "the stream never ran dry";
+    EXPECT_EQ(mixer.bufferBytes(), AudioMixer::defaultBufferBytes);
 }
 
 int main(int argc, char** argv) {

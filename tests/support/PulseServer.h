@@ -183,7 +183,10 @@ private:
 // drops samples from the recording.
 class MonitorRecording {
 public:
-    explicit MonitorRecording(const PulseServer& server) : m_server(server) {}
+    // A short `latencyMsec` keeps the null sink rendering in small blocks: a new
+    // stream then plays at once instead of after the sink's next (up to 2 s) wake-up.
+    explicit MonitorRecording(const PulseServer& server, int latencyMsec = 0)
+        : m_server(server), m_latencyMsec(latencyMsec) {}
     ~MonitorRecording() { stop(); }
 
     std::string start() {
@@ -191,9 +194,17 @@ public:
             return "parec (Debian package pulseaudio-utils) is not installed";
         }
         m_path = m_server.dir() + "/monitor.raw";
-        m_pid = spawnProcess({"parec", "-d", std::string(PulseServer::sinkName) + ".monitor",
-                              "--format=float32le", "--rate=44100", "--channels=1", "--raw"},
-                             m_server.clientEnv(), m_path, m_server.dir() + "/parec.log");
+        std::vector<std::string> argv = {"parec",
+                                         "-d",
+                                         std::string(PulseServer::sinkName) + ".monitor",
+                                         "--format=float32le",
+                                         "--rate=44100",
+                                         "--channels=1",
+                                         "--raw"};
+        if (m_latencyMsec > 0) {
+            argv.push_back("--latency-msec=" + std::to_string(m_latencyMsec));
+        }
+        m_pid = spawnProcess(argv, m_server.clientEnv(), m_path, m_server.dir() + "/parec.log");
         if (m_pid < 0) {
             return "cannot start parec";
         }
@@ -230,6 +241,7 @@ public:
 
 private:
     const PulseServer& m_server;
+    int m_latencyMsec = 0;
     std::string m_path;
     pid_t m_pid = -1;
 };
