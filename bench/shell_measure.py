@@ -5,7 +5,9 @@ openbox and the trayer tray:
      to the dinosaur's pixels on the screen there; over several launches;
   2. memory: VmRSS (and the heap/library split from /proc/PID/smaps) after
      start-up, then while the autopilot plays (--demo) for some minutes.
-Usage: python3 bench/shell_measure.py build/release [launches] [minutes]"""
+The desktop has a session bus, as a desktop session does; with "--no-bus" it
+has none and the first launch autolaunches one (seconds).
+Usage: python3 bench/shell_measure.py build/release [launches] [minutes] [--no-bus]"""
 
 import os
 import statistics
@@ -128,9 +130,9 @@ def memory(d, minutes):
     print("best score in the settings file: %s" % d.read_settings().get("bestScore"))
 
 
-def main(build, launches, minutes):
+def main(build, launches, minutes, session_bus):
     program = os.path.join(build, "Vantrel", "vantrel")
-    with Desktop(program) as d:
+    with Desktop(program, session_bus=session_bus) as d:
         d.start_tray()
         d.move_to(900, 500)
         if launches > 0:
@@ -140,5 +142,6 @@ def main(build, launches, minutes):
 
 
 if __name__ == "__main__":
-    main(sys.argv[1], int(sys.argv[2]) if len(sys.argv) > 2 else 10,
-         float(sys.argv[3]) if len(sys.argv) > 3 else 10)
+    args = [a for a in sys.argv[1:] if a != "--no-bus"]
+    main(args[0], int(args[1]) if len(args) > 1 else 10, float(args[2]) if len(args) > 2 else 10,
+         "--no-bus" not in sys.argv)

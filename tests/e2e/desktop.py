@@ -27,7 +27,7 @@ def require_tools():
 
 
 class Desktop:
-    def __init__(self, program, width=1280, height=800, extra_settings="", onboarded=True):
+    def __init__(self, program, width=1280, height=800, extra_settings="", onboarded=True, session_bus=False):
         require_tools()
         self.program = program
         self.procs = []
@@ -55,6 +55,18 @@ class Desktop:
                         QT_MESSAGE_PATTERN="%{time process} %{category}: %{message}")
         self.env.pop("DBUS_SESSION_BUS_ADDRESS", None)
         self.env.pop("WAYLAND_DISPLAY", None)
+        if session_bus:
+            # A desktop session has its bus running before any program starts; without
+            # one the first D-Bus client on a display spends seconds autolaunching it.
+            bus = subprocess.Popen(["dbus-daemon", "--session", "--nofork", "--print-address"], env=self.env,
+                                   stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
+                                   start_new_session=True)
+            self.procs.append(bus)
+            address = bus.stdout.readline().strip()
+            if not address:
+                self.close()
+                raise AssertionError("dbus-daemon did not start")
+            self.env["DBUS_SESSION_BUS_ADDRESS"] = address
         wm_log = os.path.join(self.tmp, "openbox.log")
         with open(wm_log, "w") as log:
             wm = self._spawn(["openbox", "--sm-disable"], stderr=log)
