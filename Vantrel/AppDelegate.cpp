@@ -60,7 +60,7 @@ AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* pa
 
     // 3-4. No playfield over an unfinished onboarding; the options menu from inside the playfield.
     m_controller->authorizePlay = [this] { return !bringOnboardingForward(); };
-    m_controller->showOptions = [this] { showOptions(); };
+    m_controller->showOptions = [this](QPoint anchor) { showOptions(anchor); };
 
     // 5. The tray icon. Every command is also in its menu, because some
     // desktops open the menu on any click.
@@ -176,14 +176,9 @@ void AppDelegate::handleRequest(const QString& request) {
     }
 }
 
-void AppDelegate::showOptions() {
-    // Under the playfield's options button while it is open, else at the pointer.
-    QWidget* content = m_controller->panel().content();
-    if (store().expanded() && content) {
-        m_menu->popup(content->mapToGlobal(QPoint(content->width() - 150, 25)));
-    } else {
-        m_menu->popup(QCursor::pos());
-    }
+void AppDelegate::showOptions(QPoint anchor) {
+    // Under the playfield's options button; kept on the button's screen by QMenu.
+    m_menu->popup(anchor);
 }
 
 bool AppDelegate::bringOnboardingForward() {

@@ -71,7 +71,7 @@ signals:
     void trayNoticeShown();
 
 private:
-    void showOptions();
+    void showOptions(QPoint anchor);
     void showOnboarding();
     void finishOnboarding(bool openPlayfield);
     bool bringOnboardingForward();

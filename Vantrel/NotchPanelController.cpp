@@ -29,9 +29,9 @@ QWidget* makeNotchView(NotchPanelController& controller) {
     QObject::connect(view, &NotchView::openRequested, &controller, [&controller] { controller.expand(); });
     QObject::connect(view, &NotchView::closeRequested, &controller,
                      [&controller] { controller.collapse(true); });
-    QObject::connect(view, &NotchView::optionsRequested, &controller, [&controller](QPoint) {
+    QObject::connect(view, &NotchView::optionsRequested, &controller, [&controller](QPoint anchor) {
         if (controller.showOptions) {
-            controller.showOptions();
+            controller.showOptions(anchor);
         }
     });
     return view;

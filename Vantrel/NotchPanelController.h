@@ -4,6 +4,7 @@
 #include "Vantrel/platform/Platform.h"
 
 #include <QObject>
+#include <QPoint>
 #include <QPointer>
 #include <QRectF>
 #include <QScreen>
@@ -51,8 +52,9 @@ public:
     quint64 previousWindow() const { return m_previousWindow; }
     std::optional<PanelGeometry> geometry() const;
 
-    // Set by the application: opens the options menu.
-    std::function<void()> showOptions;
+    // Set by the application: opens the options menu with its top left corner at
+    // `anchor` (global coordinates, just below the options button).
+    std::function<void(QPoint)> showOptions;
     // Set by the application: asked before every expansion.
     std::function<bool()> authorizePlay;
 

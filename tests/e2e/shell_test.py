@@ -184,6 +184,24 @@ def with_tray(program):
             d.wait_geometry(lambda g: g == EXPANDED, 3.0, "--toggle did not open the playfield again")
             escape_closes(d)
 
+        def options_button_opens_menu_below_it():
+            d.move_to(CX, 400)
+            d.key("alt+super+space")
+            d.wait_geometry(lambda g: g == EXPANDED, 2.0, "the shortcut did not open the playfield")
+            # The control row's ellipsis button sits at x 383-399, y 146-174 of the 480-wide playfield.
+            x0 = EXPANDED[0]
+            d.move_to(x0 + 391, 160)
+            time.sleep(0.3)
+            d.run("xdotool", "click", "1")
+            d.wait_for(lambda: popup_menus(d), 3, "the options button opened no menu")
+            (_, (x, y, w, h)), = popup_menus(d)
+            assert x0 + 375 <= x <= x0 + 400 and 165 <= y <= 185, "menu at %s, not under the button" % (
+                (x, y, w, h),)
+            assert d.panel_geometry() == EXPANDED, "the menu closed the playfield"
+            d.key("Escape")
+            d.wait_for(lambda: not popup_menus(d), 3, "Escape did not close the menu")
+            escape_closes(d)
+
         def sigterm_keeps_best_score():
             before = int(d.read_settings().get("bestScore", "0"))
             # The autopilot keeps the run going until the signal arrives.
@@ -205,6 +223,7 @@ def with_tray(program):
             ("Larger Playfield grows the open playfield to 600 wide and back", larger_playfield_while_expanded),
             ("Hover to Peek switches peeking off and on", hover_to_peek_toggles),
             ("a second launch opens the playfield, --toggle closes it", second_launch_opens_and_toggle_closes),
+            ("the options button opens the menu below it", options_button_opens_menu_below_it),
             ("SIGTERM during a run keeps the best score", sigterm_keeps_best_score),
         ])
 
