@@ -1,6 +1,6 @@
 // Work per animation frame of the panel: one spring step, the frame set on the
 // window (which resizes it, reshapes its mask and repaints the notch view), and
-// the paint itself, on Qt's offscreen platform.
+// the paint itself, on Qt's offscreen platform (or on X11 with QT_QPA_PLATFORM=xcb).
 #include "Vantrel/Clock.h"
 #include "Vantrel/GameStore.h"
 #include "Vantrel/NotchPanel.h"
@@ -13,14 +13,29 @@
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
+#include <xcb/xcb.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <vector>
 
 using namespace vantrel;
 
-static void BM_ExpansionFrame(benchmark::State& state) {
+// Waits until the X server has carried out every request sent so far (one round
+// trip). The client only queues its requests, so timing a frame without this
+// leaves out the server's share of it. False on platforms without a server.
+static bool waitForDisplayServer() {
+    auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    xcb_connection_t* connection = x11 != nullptr ? x11->connection() : nullptr;
+    if (connection == nullptr) {
+        return false; // offscreen answers for X11 too, without a connection
+    }
+    std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+    return true;
+}
+
+static void expansionFrames(benchmark::State& state, bool includeServer) {
     QTemporaryDir dir;
     ManualClock clock;
     NotchPanelController controller(
@@ -30,6 +45,10 @@ static void BM_ExpansionFrame(benchmark::State& state) {
     NotchPanel& panel = controller.panel();
     panel.show();
     controller.store().setExpanded(true);
+    if (includeServer && !waitForDisplayServer()) {
+        state.SkipWithError("no display server on this platform (run with QT_QPA_PLATFORM=xcb)");
+        return;
+    }
     const QRectF collapsed(553, 0, 174, 8);
     const QRectF expanded(400, 0, 480, 192);
     for (auto _ : state) {
@@ -43,9 +62,24 @@ static void BM_ExpansionFrame(benchmark::State& state) {
         state.ResumeTiming();
         animator.tick();
         panel.repaint(); // paint now, as the frame would be drawn
+        if (includeServer) {
+            waitForDisplayServer();
+        }
     }
+    waitForDisplayServer();
+}
+
+// The client's share of a frame.
+static void BM_ExpansionFrame(benchmark::State& state) {
+    expansionFrames(state, false);
 }
 BENCHMARK(BM_ExpansionFrame)->Unit(benchmark::kMicrosecond);
+
+// The whole frame: the client's work and the X server's (resize, shape, image).
+static void BM_ExpansionFrameWithServer(benchmark::State& state) {
+    expansionFrames(state, true);
+}
+BENCHMARK(BM_ExpansionFrameWithServer)->Unit(benchmark::kMicrosecond);
 
 // One real expansion and collapse, driven by the animator's own 120 Hz timer on
 // the steady clock: counts frames and the ones that came late (more than 1.5
@@ -60,6 +94,8 @@ static void BM_RealTimeExpansion(benchmark::State& state) {
     NotchPanel& panel = controller.panel();
     panel.setGeometry(553, 0, 174, 8);
     panel.show();
+    QCoreApplication::processEvents();
+    waitForDisplayServer();
     std::vector<double> stamps;
     QObject::connect(&animator, &PanelSpringAnimator::frameApplied, [&] { stamps.push_back(clock.now()); });
     double frames = 0;
