@@ -1,5 +1,6 @@
 #include "Vantrel/ArcadeAudio.h"
 
+#include "Vantrel/platform/VectorState.h"
 #include "VantrelCore/Chiptune.h"
 
 namespace vantrel {
@@ -12,8 +13,14 @@ bool isReward(ArcadeCue cue) {
 
 } // namespace
 
-ArcadeAudio::ArcadeAudio(QObject* parent)
-    : ArcadeAudio([](ArcadeCue cue) { return Chiptune::waveData(cue); }, parent) {}
+ArcadeAudio::ArcadeAudio(QObject* parent) : ArcadeAudio(renderCue, parent) {}
+
+std::vector<uint8_t> ArcadeAudio::renderCue(ArcadeCue cue) {
+    // The last paint may have left the vector unit in a state that makes the
+    // synthesis' sines many times slower; see VectorState.h.
+    platform::clearUpperVectorState();
+    return Chiptune::waveData(cue);
+}
 
 ArcadeAudio::ArcadeAudio(WaveSource source, QObject* parent)
     : QObject(parent), m_source(std::move(source)), m_mixer(new AudioMixer(this)) {}

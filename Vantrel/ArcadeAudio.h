@@ -26,6 +26,9 @@ public:
 
     explicit ArcadeAudio(QObject* parent = nullptr);
     explicit ArcadeAudio(WaveSource source, QObject* parent = nullptr);
+
+    // The game's source: the cue synthesised on this thread.
+    static std::vector<uint8_t> renderCue(ArcadeCue cue);
     ~ArcadeAudio() override;
 
     void play(ArcadeCue cue);

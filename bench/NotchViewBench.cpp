@@ -1,8 +1,11 @@
 // One full frame of the expanded notch view (480 x 192 points, a run in
-// progress with obstacles) rendered into an image, at 1x and 2x.
+// progress with obstacles) rendered into an image, at 1x and 2x; and the sound
+// cues synthesised right after a paint, as the game does on the first play.
 #include "ViewScenes.h"
 
+#include "Vantrel/ArcadeAudio.h"
 #include "Vantrel/NotchView.h"
+#include "VantrelCore/Chiptune.h"
 
 #include <QApplication>
 #include <QPainter>
@@ -49,6 +52,27 @@ void BM_NotchViewFrame(benchmark::State& state) {
 }
 // Process CPU time: the raster engine hands large fills to worker threads.
 BENCHMARK(BM_NotchViewFrame)->Arg(1)->Arg(2)->MeasureProcessCPUTime()->Unit(benchmark::kMicrosecond);
+
+// All five cues with their WAV images after a fill: argument 0 calls the synthesis
+// directly, 1 goes through the application's path, which first clears the vector
+// state that Qt's fills can leave behind.
+void BM_RenderAllCuesAfterAPaint(benchmark::State& state) {
+    const bool applicationPath = state.range(0) == 1;
+    QImage image(480, 192, QImage::Format_ARGB32_Premultiplied);
+    std::size_t bytes = 0;
+    for (auto _ : state) {
+        state.PauseTiming();
+        image.fill(Qt::transparent);
+        state.ResumeTiming();
+        for (ArcadeCue cue :
+             {ArcadeCue::jump, ArcadeCue::duck, ArcadeCue::milestone, ArcadeCue::record, ArcadeCue::crash}) {
+            bytes += applicationPath ? ArcadeAudio::renderCue(cue).size() : Chiptune::waveData(cue).size();
+        }
+    }
+    benchmark::DoNotOptimize(bytes);
+    state.SetLabel(applicationPath ? "ArcadeAudio::renderCue" : "Chiptune::waveData");
+}
+BENCHMARK(BM_RenderAllCuesAfterAPaint)->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 } // namespace
 
