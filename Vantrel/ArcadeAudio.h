@@ -26,10 +26,10 @@ public:
 
     explicit ArcadeAudio(QObject* parent = nullptr);
     explicit ArcadeAudio(WaveSource source, QObject* parent = nullptr);
+    ~ArcadeAudio() override;
 
     // The game's source: the cue synthesised on this thread.
     static std::vector<uint8_t> renderCue(ArcadeCue cue);
-    ~ArcadeAudio() override;
 
     void play(ArcadeCue cue);
     void stopAll();

@@ -64,8 +64,7 @@ void BM_RenderAllCuesAfterAPaint(benchmark::State& state) {
         state.PauseTiming();
         image.fill(Qt::transparent);
         state.ResumeTiming();
-        for (ArcadeCue cue :
-             {ArcadeCue::jump, ArcadeCue::duck, ArcadeCue::milestone, ArcadeCue::record, ArcadeCue::crash}) {
+        for (ArcadeCue cue : allArcadeCues) {
             bytes += applicationPath ? ArcadeAudio::renderCue(cue).size() : Chiptune::waveData(cue).size();
         }
     }
