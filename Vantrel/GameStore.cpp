@@ -1,8 +1,8 @@
 #include "Vantrel/GameStore.h"
 
-#include "Vantrel/ArcadeAudio.h"
 #include "Vantrel/Clock.h"
 #include "Vantrel/SettingsValue.h"
+#include "Vantrel/audio/ArcadeAudio.h"
 
 #include <QRandomGenerator>
 #include <QSettings>
@@ -195,7 +195,7 @@ void GameStore::play(ArcadeCue cue) {
 void GameStore::setWorldWidth(double width) {
     if (m_runner.worldWidth() != width) {
         m_runner.setWorldWidth(width);
-        emit runnerChanged();
+        notifyRunnerChanged();
     }
 }
 
@@ -252,7 +252,7 @@ void GameStore::act() {
         play(ArcadeCue::jump);
     }
     if (!(m_runner == before)) {
-        emit runnerChanged();
+        notifyRunnerChanged();
     }
     startClock();
 }
@@ -265,7 +265,7 @@ void GameStore::pause() {
     m_audio->stopAll();
     persistBest();
     if (!(m_runner == before)) {
-        emit runnerChanged();
+        notifyRunnerChanged();
     }
 }
 
@@ -288,7 +288,7 @@ void GameStore::freshRun() {
     stopClock();
     persistBest();
     m_runner.reset();
-    emit runnerChanged();
+    notifyRunnerChanged();
     act();
 }
 
@@ -300,7 +300,7 @@ void GameStore::setDucking(bool down) {
         play(ArcadeCue::duck);
     }
     if (!(m_runner == before)) {
-        emit runnerChanged();
+        notifyRunnerChanged();
     }
 }
 
@@ -341,7 +341,7 @@ void GameStore::tick() {
     const int64_t jumpsBefore = m_runner.jumps();
     const int64_t flyersBefore = m_runner.flyersSpawned();
     m_runner.advance(delta);
-    emit runnerChanged();
+    notifyRunnerChanged();
 
     if (m_runner.jumps() > jumpsBefore && m_soundEnabled) {
         play(ArcadeCue::jump); // a buffered jump taken on landing
@@ -382,6 +382,14 @@ void GameStore::tick() {
         if (m_autopilot) {
             m_autopilotRestart.start();
         }
+    }
+}
+
+void GameStore::notifyRunnerChanged() {
+    emit runnerChanged();
+    if (m_runner.phase() != m_notifiedPhase) {
+        m_notifiedPhase = m_runner.phase();
+        emit phaseChanged();
     }
 }
 

@@ -113,7 +113,10 @@ public:
     ArcadeAudio& audio() { return *m_audio; }
 
 signals:
+    // The run moved on (every frame while it runs).
     void runnerChanged();
+    // The run's phase changed (ready, running, paused, over): far rarer than runnerChanged.
+    void phaseChanged();
     void bestChanged();
     void isNewBestChanged();
     void awardChanged();
@@ -137,6 +140,7 @@ private:
     // Lets tests put the store's run into a prepared state.
     friend struct GameStoreTestAccess;
 
+    void notifyRunnerChanged();
     void startClock();
     void stopClock();
     void playerTookOver();
@@ -154,6 +158,7 @@ private:
     std::unique_ptr<QSettings> m_settings;
     const Clock& m_clock;
     Runner m_runner;
+    RunPhase m_notifiedPhase = m_runner.phase();
     qint64 m_best = 0;
     bool m_isNewBest = false;
     std::optional<ScoreAward> m_award;

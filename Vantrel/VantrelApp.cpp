@@ -1,9 +1,9 @@
 // The vantrel program: parses the command line, makes sure only one instance
 // runs per user, and hands everything else to the AppDelegate.
-#include "Vantrel/AppDelegate.h"
 #include "Vantrel/Clock.h"
-#include "Vantrel/QuitOnSignal.h"
-#include "Vantrel/SingleInstance.h"
+#include "Vantrel/shell/AppDelegate.h"
+#include "Vantrel/shell/QuitOnSignal.h"
+#include "Vantrel/shell/SingleInstance.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

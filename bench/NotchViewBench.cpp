@@ -3,8 +3,8 @@
 // cues synthesised right after a paint, as the game does on the first play.
 #include "ViewScenes.h"
 
-#include "Vantrel/ArcadeAudio.h"
-#include "Vantrel/NotchView.h"
+#include "Vantrel/audio/ArcadeAudio.h"
+#include "Vantrel/views/NotchView.h"
 #include "VantrelCore/Chiptune.h"
 
 #include <QApplication>

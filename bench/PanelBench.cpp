@@ -3,9 +3,9 @@
 // the paint itself, on Qt's offscreen platform (or on X11 with QT_QPA_PLATFORM=xcb).
 #include "Vantrel/Clock.h"
 #include "Vantrel/GameStore.h"
-#include "Vantrel/NotchPanel.h"
-#include "Vantrel/NotchPanelController.h"
-#include "Vantrel/PanelSpringAnimator.h"
+#include "Vantrel/panel/NotchPanel.h"
+#include "Vantrel/panel/NotchPanelController.h"
+#include "Vantrel/panel/PanelSpringAnimator.h"
 #include "Vantrel/platform/Platform.h"
 
 #include <QApplication>
@@ -40,7 +40,7 @@ static void expansionFrames(benchmark::State& state, bool includeServer) {
     ManualClock clock;
     NotchPanelController controller(
         std::make_unique<QSettings>(dir.filePath("Vantrel.conf"), QSettings::IniFormat), clock,
-        nullPlatformServices());
+        platform::nullPlatformServices());
     PanelSpringAnimator& animator = controller.springAnimator();
     NotchPanel& panel = controller.panel();
     panel.show();
@@ -89,7 +89,7 @@ static void BM_RealTimeExpansion(benchmark::State& state) {
     SteadyClock clock;
     NotchPanelController controller(
         std::make_unique<QSettings>(dir.filePath("Vantrel.conf"), QSettings::IniFormat), clock,
-        nullPlatformServices());
+        platform::nullPlatformServices());
     PanelSpringAnimator& animator = controller.springAnimator();
     NotchPanel& panel = controller.panel();
     panel.setGeometry(553, 0, 174, 8);

@@ -7,7 +7,7 @@
 #include "AudioTestSupport.h"
 #include "PulseServer.h"
 
-#include "Vantrel/ArcadeAudio.h"
+#include "Vantrel/audio/ArcadeAudio.h"
 
 #include <QCoreApplication>
 

@@ -3,7 +3,7 @@
 #include <QRect>
 #include <QtGlobal>
 
-namespace vantrel {
+namespace vantrel::platform {
 
 // The window that has the keyboard focus on the desktop, so that focus can be
 // handed back to it after the playfield closes. Windows are opaque ids; 0 is none.
@@ -27,4 +27,4 @@ public:
     bool fullScreenOn(const QRect&) const override { return false; }
 };
 
-} // namespace vantrel
+} // namespace vantrel::platform

@@ -3,7 +3,7 @@
 #include <QCursor>
 #include <QGuiApplication>
 
-namespace vantrel {
+namespace vantrel::platform {
 
 PolledDesktopPointer::PolledDesktopPointer(QObject* parent) : DesktopPointer(parent) {
     m_timer.setInterval(50);
@@ -34,4 +34,4 @@ void PolledDesktopPointer::sample() {
     }
 }
 
-} // namespace vantrel
+} // namespace vantrel::platform

@@ -4,7 +4,7 @@
 #include <QPointF>
 #include <QTimer>
 
-namespace vantrel {
+namespace vantrel::platform {
 
 // Pointer movements and button changes anywhere on the desktop, not only over
 // our own windows. While inactive nothing runs, so a still desktop costs nothing.
@@ -46,4 +46,4 @@ private:
     QPointF m_last;
 };
 
-} // namespace vantrel
+} // namespace vantrel::platform

@@ -3,7 +3,7 @@
 #include <QObject>
 #include <QString>
 
-namespace vantrel {
+namespace vantrel::platform {
 
 // The desktop-wide key combination Alt+Super+Space, pressed in any application.
 class HotKey : public QObject {
@@ -32,4 +32,4 @@ public:
     void release() override {}
 };
 
-} // namespace vantrel
+} // namespace vantrel::platform

@@ -1,15 +1,15 @@
 #include "Vantrel/platform/Platform.h"
 
-#include "Vantrel/platform/X11ActiveWindow.h"
-#include "Vantrel/platform/X11DesktopPointer.h"
-#include "Vantrel/platform/X11HotKey.h"
-#include "Vantrel/platform/X11SystemSignals.h"
-#include "Vantrel/platform/X11WindowTraits.h"
+#include "Vantrel/platform/x11/X11ActiveWindow.h"
+#include "Vantrel/platform/x11/X11DesktopPointer.h"
+#include "Vantrel/platform/x11/X11HotKey.h"
+#include "Vantrel/platform/x11/X11SystemSignals.h"
+#include "Vantrel/platform/x11/X11WindowTraits.h"
 
 #include <QGuiApplication>
 #include <QSettings>
 
-namespace vantrel {
+namespace vantrel::platform {
 
 namespace {
 
@@ -46,27 +46,27 @@ PlatformServices makePlatformServices(const QSettings& settings) {
         return services;
     }
     QString error;
-    if (auto pointer = X11DesktopPointer::create(&error)) {
+    if (auto pointer = x11::X11DesktopPointer::create(&error)) {
         services.pointer = std::move(pointer);
     } else {
         services.notes
             << QStringLiteral("desktop pointer events unavailable (%1): polling instead").arg(error);
     }
-    if (auto signals_ = X11SystemSignals::create(&error)) {
+    if (auto signals_ = x11::X11SystemSignals::create(&error)) {
         services.systemSignals = std::move(signals_);
     } else {
         services.notes << QStringLiteral("desktop signals unavailable (%1)").arg(error);
     }
-    services.activeWindow = std::make_unique<X11ActiveWindow>();
-    services.windowTraits = std::make_unique<X11WindowTraits>();
+    services.activeWindow = std::make_unique<x11::X11ActiveWindow>();
+    services.windowTraits = std::make_unique<x11::X11WindowTraits>();
     return services;
 }
 
 std::unique_ptr<HotKey> makeHotKey() {
     if (onX11()) {
-        return std::make_unique<X11HotKey>();
+        return std::make_unique<x11::X11HotKey>();
     }
     return std::make_unique<NullHotKey>();
 }
 
-} // namespace vantrel
+} // namespace vantrel::platform

@@ -13,7 +13,7 @@
 
 class QSettings;
 
-namespace vantrel {
+namespace vantrel::platform {
 
 // The operating-system services the panel uses, each behind its interface.
 struct PlatformServices {
@@ -35,4 +35,4 @@ PlatformServices nullPlatformServices();
 
 std::unique_ptr<HotKey> makeHotKey();
 
-} // namespace vantrel
+} // namespace vantrel::platform

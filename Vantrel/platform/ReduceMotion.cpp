@@ -2,7 +2,7 @@
 
 #include <gio/gio.h>
 
-namespace vantrel {
+namespace vantrel::platform {
 
 bool gnomeAnimationsDisabled() {
     // g_settings_new() aborts on a missing schema, so look it up first.
@@ -24,4 +24,4 @@ bool gnomeAnimationsDisabled() {
     return disabled;
 }
 
-} // namespace vantrel
+} // namespace vantrel::platform

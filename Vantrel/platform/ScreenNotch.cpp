@@ -5,7 +5,7 @@
 
 #include <cmath>
 
-namespace vantrel {
+namespace vantrel::platform {
 
 ConfiguredScreenNotch::ConfiguredScreenNotch(NotchSize size, QString screenName)
     : m_size(size), m_screenName(std::move(screenName)) {}
@@ -38,4 +38,4 @@ std::optional<NotchSize> ConfiguredScreenNotch::notchFor(const QScreen* screen) 
     return m_size;
 }
 
-} // namespace vantrel
+} // namespace vantrel::platform

@@ -6,7 +6,7 @@
 
 class QScreen;
 
-namespace vantrel {
+namespace vantrel::platform {
 
 // A camera notch at the top centre of a screen, in Qt's device-independent pixels.
 struct NotchSize {
@@ -46,4 +46,4 @@ private:
     QString m_screenName;
 };
 
-} // namespace vantrel
+} // namespace vantrel::platform

@@ -2,7 +2,7 @@
 
 #include <QObject>
 
-namespace vantrel {
+namespace vantrel::platform {
 
 // Desktop events the panel reacts to, and the desktop's animation preference.
 class SystemSignals : public QObject {
@@ -29,4 +29,4 @@ public:
     bool reduceMotion() const override { return false; }
 };
 
-} // namespace vantrel
+} // namespace vantrel::platform

@@ -2,7 +2,7 @@
 
 class QWindow;
 
-namespace vantrel {
+namespace vantrel::platform {
 
 // What the window system needs to hear about the panel beyond Qt's own flags.
 class WindowTraits {
@@ -20,4 +20,4 @@ public:
     void applyPanelTraits(QWindow*) override {}
 };
 
-} // namespace vantrel
+} // namespace vantrel::platform

@@ -11,7 +11,7 @@ namespace vantrel {
 struct GameStoreTestAccess {
     static void setRunner(GameStore& store, const Runner& runner) {
         store.m_runner = runner;
-        emit store.runnerChanged();
+        store.notifyRunnerChanged();
     }
     static void setAward(GameStore& store, std::optional<ScoreAward> award, double remaining) {
         store.setAward(award);

@@ -1,6 +1,6 @@
-#include "Vantrel/ArcadeAudio.h"
 #include "Vantrel/Clock.h"
 #include "Vantrel/GameStore.h"
+#include "Vantrel/audio/ArcadeAudio.h"
 
 #include "GameStoreTestAccess.h"
 #include "RunnerTestAccess.h"

@@ -3,10 +3,10 @@
 //   vantrel-snapshot OUTPUT_DIR
 #include "ViewScenes.h"
 
-#include "Vantrel/DinoGlyph.h"
-#include "Vantrel/NotchView.h"
-#include "Vantrel/RetroFont.h"
-#include "Vantrel/RunwayView.h"
+#include "Vantrel/pixels/DinoGlyph.h"
+#include "Vantrel/pixels/RetroFont.h"
+#include "Vantrel/views/NotchView.h"
+#include "Vantrel/views/RunwayView.h"
 
 #include <QApplication>
 #include <QDir>

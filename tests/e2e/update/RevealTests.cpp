@@ -1,6 +1,6 @@
 // Revealing a saved update in the file manager, on a private session bus
 // (run under dbus-run-session) with a stand-in file manager.
-#include "Vantrel/QtUpdateDialogs.h"
+#include "Vantrel/update/QtUpdateDialogs.h"
 
 #include <QDir>
 #include <QFile>

@@ -2,7 +2,7 @@
 // certificate made for the test and trusted only by the manager under test.
 #include "ReleaseTestSupport.h"
 
-#include "Vantrel/VeltUpdateManager.h"
+#include "Vantrel/update/VeltUpdateManager.h"
 
 #include <QDir>
 #include <QEventLoop>

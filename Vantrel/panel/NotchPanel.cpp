@@ -1,0 +1,88 @@
+#include "Vantrel/panel/NotchPanel.h"
+
+#include "Vantrel/Logging.h"
+#include "Vantrel/pixels/NotchShape.h"
+#include "Vantrel/platform/WindowTraits.h"
+
+#include <QRegion>
+#include <QResizeEvent>
+#include <QWindow>
+
+#include <algorithm>
+
+namespace vantrel {
+
+NotchPanel::NotchPanel(platform::WindowTraits& traits, QWidget* parent)
+    : QWidget(parent, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                          Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint),
+      m_traits(traits) {
+    setWindowTitle(QStringLiteral("Velt"));
+    setObjectName(QStringLiteral("vantrel-panel"));
+    setAttribute(Qt::WA_TranslucentBackground);
+    setAttribute(Qt::WA_ShowWithoutActivating);
+    setAttribute(Qt::WA_DeleteOnClose, false);
+    setMouseTracking(true);
+    setFocusPolicy(Qt::StrongFocus);
+    winId(); // create the native window now, so its traits can be set before it is first shown
+}
+
+void NotchPanel::setAcceptsGameInput(bool accepts) {
+    if (m_acceptsGameInput == accepts) {
+        return;
+    }
+    m_acceptsGameInput = accepts;
+    // On the native window only: QWidget::setWindowFlag would re-create and hide the panel.
+    if (QWindow* window = windowHandle()) {
+        window->setFlag(Qt::WindowDoesNotAcceptFocus, !accepts);
+    }
+}
+
+void NotchPanel::setCornerRadius(double radius) {
+    if (m_radius != radius) {
+        m_radius = radius;
+        updateMask();
+    }
+}
+
+void NotchPanel::setContent(QWidget* content) {
+    delete m_content;
+    m_content = content;
+    if (m_content != nullptr) {
+        m_content->setParent(this);
+        m_content->setGeometry(rect());
+        m_content->show();
+    }
+}
+
+void NotchPanel::orderFront() {
+    qCDebug(lcPanel) << "order front; visible" << isVisible() << "geometry" << geometry();
+    if (isVisible()) {
+        raise();
+        return;
+    }
+    m_traits.applyPanelTraits(windowHandle());
+    show();
+    raise();
+    m_traits.applyPanelTraits(windowHandle());
+}
+
+void NotchPanel::orderOut() {
+    hide();
+}
+
+void NotchPanel::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    if (m_content != nullptr) {
+        m_content->setGeometry(rect());
+    }
+    updateMask();
+}
+
+// The window's shape is the notch outline: outside it the panel neither draws
+// nor takes clicks, which reach whatever lies underneath.
+void NotchPanel::updateMask() {
+    QPolygon polygon = NotchShape{m_radius}.path(QRectF(rect())).toFillPolygon().toPolygon();
+    setMask(QRegion(polygon));
+}
+
+} // namespace vantrel

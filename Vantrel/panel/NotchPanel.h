@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QWidget>
+
+namespace vantrel::platform {
+class WindowTraits;
+} // namespace vantrel::platform
+
+namespace vantrel {
+
+// The borderless panel at the top of the screen: above other windows, on every
+// workspace, out of the taskbar and the window switcher, without decoration or
+// shadow. It takes pointer input only inside its black notch shape, so what is
+// beside and below its rounded corners stays clickable, and keyboard focus only
+// while it holds the open playfield.
+class NotchPanel : public QWidget {
+    Q_OBJECT
+
+public:
+    static constexpr double expandedRadius = 25;
+    static constexpr double collapsedRadius = 13;
+
+    explicit NotchPanel(platform::WindowTraits& traits, QWidget* parent = nullptr);
+
+    bool acceptsGameInput() const { return m_acceptsGameInput; }
+    void setAcceptsGameInput(bool accepts);
+
+    void setCornerRadius(double radius);
+    double cornerRadius() const { return m_radius; }
+
+    void setContent(QWidget* content);
+    QWidget* content() const { return m_content; }
+
+    // Shows the panel without taking focus, keeping the panel's window-manager states.
+    void orderFront();
+    void orderOut();
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void updateMask();
+
+    platform::WindowTraits& m_traits;
+    QWidget* m_content = nullptr;
+    bool m_acceptsGameInput = false;
+    double m_radius = collapsedRadius;
+};
+
+} // namespace vantrel

@@ -1,0 +1,58 @@
+#include "Vantrel/panel/PanelKeys.h"
+
+namespace vantrel {
+
+namespace {
+
+bool isPositionKey(const PanelKeyEvent& event, quint32 keycode, Qt::Key fallback) {
+    return event.nativeScanCode != 0 ? event.nativeScanCode == keycode : event.key == fallback;
+}
+
+PanelKeyDecision handled(PanelKeyAction action) {
+    return {true, action};
+}
+
+} // namespace
+
+PanelKeyDecision decidePanelKey(const PanelKeyEvent& event) {
+    if (!event.press) {
+        // X11 reports a held key as release-press pairs; only the real release counts.
+        PanelKeyAction action = PanelKeyAction::none;
+        switch (event.key) {
+        case Qt::Key_Space:
+        case Qt::Key_Up:
+            action = PanelKeyAction::releaseJump;
+            break;
+        case Qt::Key_Down:
+            action = PanelKeyAction::stopDucking;
+            break;
+        default:
+            return {};
+        }
+        return handled(event.autoRepeat ? PanelKeyAction::none : action);
+    }
+
+    // Shortcuts with Control, Alt or Super belong to the rest of the desktop.
+    if (event.modifiers & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) {
+        return {};
+    }
+    if (event.key == Qt::Key_Escape) {
+        return handled(PanelKeyAction::close);
+    }
+    PanelKeyAction action = PanelKeyAction::none;
+    if (isPositionKey(event, keycodeR, Qt::Key_R)) {
+        action = PanelKeyAction::freshRun;
+    } else if (isPositionKey(event, keycodeP, Qt::Key_P)) {
+        action = PanelKeyAction::togglePause;
+    } else if (event.key == Qt::Key_Space || event.key == Qt::Key_Up) {
+        action = PanelKeyAction::act;
+    } else if (event.key == Qt::Key_Down) {
+        action = PanelKeyAction::duck;
+    } else {
+        return {};
+    }
+    // Holding a game key gives one action; the repeats are swallowed.
+    return handled(event.autoRepeat ? PanelKeyAction::none : action);
+}
+
+} // namespace vantrel

@@ -1,0 +1,264 @@
+#include "Vantrel/shell/AppDelegate.h"
+
+#include "Vantrel/GameStore.h"
+#include "Vantrel/Logging.h"
+#include "Vantrel/SettingsValue.h"
+#include "Vantrel/onboarding/OnboardingView.h"
+#include "Vantrel/onboarding/OnboardingWindowController.h"
+#include "Vantrel/panel/GlobalShortcut.h"
+#include "Vantrel/panel/NotchPanel.h"
+#include "Vantrel/panel/NotchPanelController.h"
+#include "Vantrel/pixels/RetroFont.h"
+#include "Vantrel/platform/Platform.h"
+#include "Vantrel/platform/ReduceMotion.h"
+#include "Vantrel/shell/DesktopNotice.h"
+#include "Vantrel/shell/OptionsMenu.h"
+#include "Vantrel/shell/StatusIcon.h"
+#include "Vantrel/update/VeltUpdateManager.h"
+
+#include <QApplication>
+#include <QGuiApplication>
+#include <QMenu>
+#include <QSessionManager>
+#include <QSettings>
+#include <QSystemTrayIcon>
+#include <QTextStream>
+#include <QTimer>
+
+namespace vantrel {
+
+namespace {
+
+std::unique_ptr<QSettings> openSettings(const QString& file) {
+    return file.isEmpty() ? std::make_unique<QSettings>(QStringLiteral("Vantrel"), QStringLiteral("Vantrel"))
+                          : std::make_unique<QSettings>(file, QSettings::IniFormat);
+}
+
+} // namespace
+
+QString AppDelegate::trayToolTip() {
+    return QStringLiteral(
+        "Hover over the notch to play \u00b7 Alt+Super+Space \u00b7 Right-click for options");
+}
+
+AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* parent)
+    : QObject(parent), m_settings(openSettings(options.settingsFile)) {
+    QTextStream err(stderr);
+
+    // 1. The pixel font, before anything draws text.
+    RetroFont::registerFont();
+
+    // 2. The panel controller, with the game store and the panel.
+    platform::PlatformServices services = platform::makePlatformServices(*m_settings);
+    if (options.verbose) {
+        for (const QString& note : services.notes) {
+            err << "vantrel: " << note << Qt::endl;
+        }
+    }
+    m_controller = std::make_unique<NotchPanelController>(openSettings(options.settingsFile), clock,
+                                                          std::move(services));
+
+    // 3-4. No playfield over an unfinished onboarding; the options menu from inside the playfield.
+    m_controller->authorizePlay = [this] { return !bringOnboardingForward(); };
+    m_controller->showOptions = [this](QPoint anchor) { showOptions(anchor); };
+
+    // 5. The tray icon. Every command is also in its menu, because some
+    // desktops open the menu on any click.
+    m_menu = new QMenu;
+    m_menu->setObjectName(QStringLiteral("optionsMenu"));
+    connect(m_menu, &QMenu::aboutToShow, this, [this] {
+        store().pause();
+        OptionsMenuCommands commands;
+        commands.play = [this] { play(); };
+        commands.freshRun = [this] { freshRun(); };
+        commands.watchAutopilot = [this] { watchAutopilot(); };
+        commands.toggleSound = [this] { toggleSound(); };
+        commands.toggleRoomy = [this] { toggleRoomy(); };
+        commands.toggleHover = [this] { toggleHover(); };
+        commands.welcome = [this] { welcome(); };
+        commands.checkUpdates = [this] { checkUpdates(); };
+        commands.quit = [this] { quit(); };
+        OptionsMenu::fill(*m_menu, store(), commands);
+    });
+    m_tray = new QSystemTrayIcon(StatusIcon::make(), this);
+    m_tray->setToolTip(trayToolTip());
+    m_tray->setContextMenu(m_menu);
+    connect(m_tray, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger) {
+            m_controller->toggle();
+        }
+    });
+    // Shown even without a tray: Qt embeds it when a tray appears later.
+    m_tray->show();
+
+    // 6. The global shortcut; the store shows a hint when it is not available.
+    m_shortcut = std::make_unique<GlobalShortcut>(platform::makeHotKey(), [this] { m_controller->toggle(); });
+    store().setShortcutAvailable(m_shortcut->registerHotKey());
+    if (options.verbose) {
+        err << "vantrel: shortcut " << GlobalShortcut::displayName << ": "
+            << (m_shortcut->isRegistered() ? QStringLiteral("registered") : m_shortcut->errorString())
+            << Qt::endl;
+        err << "vantrel: tray " << (QSystemTrayIcon::isSystemTrayAvailable() ? "available" : "not available")
+            << Qt::endl;
+    }
+
+    // Without a tray the program still works through hover and the shortcut;
+    // the user is told once how to get the icon, after giving a desktop that
+    // is still starting up some time to bring its tray.
+    m_trayWait = new QTimer(this);
+    m_trayWait->setSingleShot(true);
+    m_trayWait->setInterval(std::max(options.trayWaitSeconds, 0) * 1000);
+    connect(m_trayWait, &QTimer::timeout, this, &AppDelegate::checkTray);
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        m_trayWait->start();
+    }
+
+    // The desktop session is ending: save now, the process may not get another chance.
+    connect(qApp, &QGuiApplication::commitDataRequest, this, [this](QSessionManager&) { store().pause(); });
+
+    // 8. Onboarding at the first launch.
+    if (!settingsBool(m_settings->value(QLatin1String(completedOnboardingKey))).value_or(false)) {
+        showOnboarding();
+    } else if (options.demo) {
+        watchAutopilot();
+    } else if (options.open) {
+        m_controller->expand();
+    }
+}
+
+AppDelegate::~AppDelegate() {
+    shutdown();
+    delete m_menu;
+    delete m_onboarding;
+}
+
+GameStore& AppDelegate::store() {
+    return m_controller->store();
+}
+
+OnboardingWindowController* AppDelegate::onboarding() const {
+    return m_onboarding;
+}
+
+void AppDelegate::shutdown() {
+    if (m_shutDown) {
+        return;
+    }
+    m_shutDown = true;
+    m_trayWait->stop();
+    m_shortcut->unregisterHotKey();
+    m_controller->shutdown();
+    m_tray->hide();
+}
+
+void AppDelegate::checkTray() {
+    if (QSystemTrayIcon::isSystemTrayAvailable()) {
+        return;
+    }
+    DesktopNotice::show(
+        QStringLiteral("Vantrel is running"),
+        QStringLiteral(
+            "Your desktop shows no tray icons, so Vantrel's dinosaur icon is hidden. Rest the pointer "
+            "just below the top centre of the screen, or press Alt+Super+Space, to play. On GNOME, "
+            "turn on the \u201cAppIndicator and KStatusNotifierItem Support\u201d extension to get "
+            "the icon and its menu."));
+    emit trayNoticeShown();
+}
+
+void AppDelegate::handleRequest(const QString& request) {
+    qCDebug(lcShell) << "request from another launch:" << request;
+    if (request == QLatin1String("toggle")) {
+        m_controller->toggle();
+    } else if (request == QLatin1String("demo")) {
+        watchAutopilot();
+    } else {
+        m_controller->expand(); // a second launch opens the playfield
+    }
+}
+
+void AppDelegate::showOptions(QPoint anchor) {
+    // Under the playfield's options button; kept on the button's screen by QMenu.
+    m_menu->popup(anchor);
+}
+
+bool AppDelegate::bringOnboardingForward() {
+    if (!m_onboarding || !m_onboarding->isVisible()) {
+        return false;
+    }
+    m_onboarding->showAndActivate();
+    return true;
+}
+
+void AppDelegate::showOnboarding() {
+    m_controller->collapse(false);
+    if (bringOnboardingForward()) {
+        return;
+    }
+    delete m_onboarding;
+    m_onboarding = new OnboardingWindowController(store().shortcutAvailable(),
+                                                  [this](bool open) { finishOnboarding(open); });
+    m_onboarding->view()->setReduceMotion(platform::gnomeAnimationsDisabled());
+    connect(m_onboarding, &OnboardingWindowController::quitRequested, this, &AppDelegate::quit);
+    m_onboarding->showAndActivate();
+}
+
+void AppDelegate::finishOnboarding(bool openPlayfield) {
+    m_settings->setValue(QLatin1String(completedOnboardingKey), true);
+    m_settings->sync();
+    if (m_onboarding) {
+        m_onboarding->close();
+    }
+    if (openPlayfield) {
+        m_controller->expand();
+    }
+}
+
+void AppDelegate::play() {
+    if (m_controller->expand()) {
+        store().act();
+    }
+}
+
+void AppDelegate::freshRun() {
+    if (m_controller->expand()) {
+        store().freshRun();
+    }
+}
+
+void AppDelegate::watchAutopilot() {
+    if (m_controller->expand()) {
+        store().setAutopilot(true);
+    }
+}
+
+void AppDelegate::toggleSound() {
+    store().setSoundEnabled(!store().soundEnabled());
+}
+
+void AppDelegate::toggleRoomy() {
+    store().setRoomy(!store().roomy());
+    m_controller->updateLayout();
+}
+
+void AppDelegate::toggleHover() {
+    store().setHoverToPeek(!store().hoverToPeek());
+    m_controller->updateLayout();
+}
+
+void AppDelegate::welcome() {
+    showOnboarding();
+}
+
+void AppDelegate::checkUpdates() {
+    m_controller->collapse(false);
+    if (!m_updates) {
+        m_updates = new VeltUpdateManager(this);
+    }
+    m_updates->checkForUpdates();
+}
+
+void AppDelegate::quit() {
+    QCoreApplication::quit();
+}
+
+} // namespace vantrel

@@ -1,0 +1,94 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+
+#include <functional>
+#include <memory>
+
+class QMenu;
+class QSettings;
+class QSystemTrayIcon;
+class QTimer;
+
+namespace vantrel::platform {
+struct PlatformServices;
+} // namespace vantrel::platform
+
+namespace vantrel {
+
+class Clock;
+class GameStore;
+class GlobalShortcut;
+class NotchPanelController;
+class OnboardingWindowController;
+class VeltUpdateManager;
+
+// The application shell: creates the panel controller, the tray icon with its
+// options menu and the global shortcut, shows onboarding at the first launch,
+// answers later launches, and shuts everything down in order.
+class AppDelegate : public QObject {
+    Q_OBJECT
+public:
+    static constexpr const char* completedOnboardingKey = "hasCompletedOnboarding";
+    static QString trayToolTip();
+
+    struct Options {
+        QString settingsFile;     // empty: ~/.config/Vantrel/Vantrel.conf
+        bool demo = false;        // open the playfield and let the autopilot play
+        bool open = false;        // open the playfield once started
+        bool verbose = false;     // say which desktop services are in use
+        int trayWaitSeconds = 10; // how long a missing tray may take to appear before the user is told
+    };
+
+    AppDelegate(const Options& options, const Clock& clock, QObject* parent = nullptr);
+    ~AppDelegate() override;
+
+    // A later launch's request: "reopen", "toggle" or "demo".
+    void handleRequest(const QString& request);
+    // At exit, or when the desktop session ends: pause (saving the best score),
+    // release the shortcut, stop every timer and watcher.
+    void shutdown();
+
+    NotchPanelController& controller() { return *m_controller; }
+    GameStore& store();
+    QSystemTrayIcon& trayIcon() { return *m_tray; }
+    QMenu& optionsMenu() { return *m_menu; }
+    OnboardingWindowController* onboarding() const;
+    // Made on the first "Check for Updates…"; null before.
+    VeltUpdateManager* updates() const { return m_updates; }
+
+public slots:
+    void play();
+    void freshRun();
+    void watchAutopilot();
+    void toggleSound();
+    void toggleRoomy();
+    void toggleHover();
+    void welcome();
+    void checkUpdates();
+    void quit();
+
+signals:
+    // The user was told how to get the tray icon (once per launch).
+    void trayNoticeShown();
+
+private:
+    void showOptions(QPoint anchor);
+    void showOnboarding();
+    void finishOnboarding(bool openPlayfield);
+    bool bringOnboardingForward();
+    void checkTray();
+
+    std::unique_ptr<QSettings> m_settings; // the delegate's own view of the settings file
+    std::unique_ptr<NotchPanelController> m_controller;
+    std::unique_ptr<GlobalShortcut> m_shortcut;
+    QSystemTrayIcon* m_tray = nullptr;
+    QMenu* m_menu = nullptr;
+    QPointer<OnboardingWindowController> m_onboarding;
+    QTimer* m_trayWait = nullptr;
+    VeltUpdateManager* m_updates = nullptr;
+    bool m_shutDown = false;
+};
+
+} // namespace vantrel

@@ -1,0 +1,50 @@
+#include "Vantrel/shell/StatusIcon.h"
+
+#include "Vantrel/pixels/PixelDino.h"
+
+#include <QPainter>
+#include <QPainterPath>
+
+#include <algorithm>
+
+namespace vantrel::StatusIcon {
+
+QImage render(int size) {
+    QImage image(size, size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    // Whole device pixels per bitmap pixel where they fit (crisp), else a
+    // fraction; the outline needs one cell of room on each side.
+    const double fit =
+        std::min(size / double(PixelDino::figureColumns + 2), size / double(PixelDino::figureRows + 2));
+    const double cell = fit >= 1 ? std::floor(fit) : fit;
+    const double width = cell * PixelDino::figureColumns;
+    const double height = cell * PixelDino::figureRows;
+    const QPointF topLeft((size - width) / 2, (size - height) / 2);
+    const QPainterPath figure = PixelDino::standingPath(PixelDino::feetRest, topLeft, cell);
+
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing, fit < 1);
+    // The outline: the figure shifted by one cell in each of eight directions.
+    QPainterPath outline;
+    outline.setFillRule(Qt::WindingFill);
+    for (int dx = -1; dx <= 1; ++dx) {
+        for (int dy = -1; dy <= 1; ++dy) {
+            if (dx != 0 || dy != 0) {
+                outline.addPath(figure.translated(dx * cell, dy * cell));
+            }
+        }
+    }
+    painter.fillPath(outline, QColor::fromRgba(outlineColor));
+    painter.fillPath(figure, QColor::fromRgba(figureColor));
+    return image;
+}
+
+QIcon make() {
+    QIcon icon;
+    for (int size : {16, 22, 24, 32, 44, 48, 64}) {
+        icon.addPixmap(QPixmap::fromImage(render(size)));
+    }
+    return icon;
+}
+
+} // namespace vantrel::StatusIcon

@@ -1,0 +1,380 @@
+#include "Vantrel/views/NotchView.h"
+
+#include "Vantrel/GameStore.h"
+#include "Vantrel/pixels/NotchShape.h"
+#include "Vantrel/pixels/PeekingDinoGlyph.h"
+#include "Vantrel/pixels/PixelIcons.h"
+#include "Vantrel/pixels/RetroFont.h"
+#include "Vantrel/views/KeyHint.h"
+#include "Vantrel/views/PaintedButton.h"
+#include "Vantrel/views/PaintedItem.h"
+#include "Vantrel/views/RunwayView.h"
+
+#include <QPainter>
+#include <QVariantAnimation>
+
+#include <algorithm>
+#include <cmath>
+
+namespace vantrel {
+
+namespace {
+
+QColor white(double opacity) {
+    return QColor::fromRgbF(1, 1, 1, static_cast<float>(opacity));
+}
+
+// Expanded layout, in points.
+constexpr double bodyPaddingX = 20;
+constexpr double bodyPaddingTop = 9;
+constexpr double scoresPaddingX = 20;
+constexpr double minimumScoresHeight = 28; // the score row on a screen without a notch
+constexpr double notchGapExtra = 28;       // the gap is the notch's width plus this
+constexpr int scoreTextSize = 8;
+constexpr double controlSpacing = 8;
+constexpr double iconButtonWidth = 16;
+
+// The speed meter: five bars, bar i (from 1) is 3 wide and 2i + 3 high.
+constexpr int speedLevels = 5;
+constexpr double barWidth = 3;
+constexpr double barSpacing = 2;
+constexpr double meterWidth = speedLevels * barWidth + (speedLevels - 1) * barSpacing;
+constexpr double meterHeight = 2 * speedLevels + 3;
+
+constexpr double peekGlyphWidth = 14;
+constexpr double peekGlyphHeight = 12;
+
+const QColor controlColor = white(0.47);
+
+QString fiveDigits(qint64 value) {
+    return QString::asprintf("%05lld", static_cast<long long>(value));
+}
+
+// Draws `text` in the score font, vertically centred in `rect` and aligned
+// to its right edge (trailing) or left edge (leading).
+void drawScore(QPainter& painter, const QRectF& rect, const QString& text, const QColor& color,
+               bool trailing) {
+    const QSizeF box = RetroFont::textSize(text, scoreTextSize);
+    const double x = trailing ? std::round(rect.right() - box.width()) : rect.left();
+    RetroFont::drawText(painter, QPointF(x, std::round(rect.top() + (rect.height() - box.height()) / 2)),
+                        text, scoreTextSize, color);
+}
+
+void drawIconCentred(QPainter& painter, const QRectF& rect, PixelIcon icon) {
+    const QSizeF size = PixelIcons::size(icon);
+    PixelIcons::draw(painter, icon,
+                     QPointF(std::round(rect.left() + (rect.width() - size.width()) / 2),
+                             std::round(rect.top() + (rect.height() - size.height()) / 2)),
+                     controlColor);
+}
+
+} // namespace
+
+QColor NotchView::defaultMint() {
+    return QColor::fromRgbF(0.72f, 0.91f, 0.76f, 1);
+}
+
+QColor NotchView::runwayMint() {
+    return QColor::fromRgbF(0.7f, 0.91f, 0.76f, 1);
+}
+
+NotchView::NotchView(GameStore& store, QColor arcadeMint, QWidget* parent)
+    : QWidget(parent), m_store(store), m_mint(arcadeMint),
+      m_radius(store.expanded() ? expandedRadius : collapsedRadius),
+      m_radiusAnimation(new QVariantAnimation(this)), m_phase(store.runner().phase()) {
+    setObjectName(QStringLiteral("notchView"));
+    m_radiusAnimation->setDuration(250);
+    m_radiusAnimation->setEasingCurve(QEasingCurve::OutCubic);
+    connect(m_radiusAnimation, &QVariantAnimation::valueChanged, this,
+            [this](const QVariant& value) { setShapeRadius(value.toDouble()); });
+
+    m_peekButton = new PaintedButton(
+        PaintedButton::Look::plain, [](QPainter&, const QRectF&) {}, this);
+    m_peekButton->setObjectName(QStringLiteral("peekButton"));
+    m_peekGlyph = new PeekingDinoGlyph(m_peekButton);
+    connect(m_peekButton, &QAbstractButton::clicked, this, &NotchView::openRequested);
+
+    buildScores();
+    m_runway = new RunwayView(
+        m_store, [this] { m_store.act(); }, runwayMint(), this);
+    buildControls();
+
+    connect(&m_store, &GameStore::runnerChanged, this, &NotchView::onRunnerChanged);
+    connect(&m_store, &GameStore::bestChanged, this, [this] {
+        m_bestScore->update();
+        syncTexts();
+    });
+    connect(&m_store, &GameStore::isNewBestChanged, m_bestScore, qOverload<>(&QWidget::update));
+    connect(&m_store, &GameStore::awardRemainingChanged, m_currentScore, qOverload<>(&QWidget::update));
+    connect(&m_store, &GameStore::soundEnabledChanged, this, [this] {
+        m_soundButton->update();
+        syncTexts();
+    });
+    connect(&m_store, &GameStore::shortcutAvailableChanged, this, &NotchView::syncTexts);
+    connect(&m_store, &GameStore::expandedChanged, this, &NotchView::onExpandedChanged);
+    for (auto signal : {&GameStore::peekingChanged, &GameStore::notchHeightChanged,
+                        &GameStore::notchWidthChanged, &GameStore::roomyChanged}) {
+        connect(&m_store, signal, this, &NotchView::relayout);
+    }
+
+    syncTexts();
+    relayout();
+}
+
+NotchView::~NotchView() = default;
+
+void NotchView::buildScores() {
+    m_bestScore = new PaintedItem(
+        [this](QPainter& painter, const QRectF& rect) {
+            drawScore(painter, rect, QStringLiteral("HI ") + fiveDigits(m_store.best()),
+                      m_store.isNewBest() ? m_mint : white(0.55), true);
+        },
+        this);
+    m_bestScore->setObjectName(QStringLiteral("bestScore"));
+    m_currentScore = new PaintedItem(
+        [this](QPainter& painter, const QRectF& rect) {
+            drawScore(painter, rect, fiveDigits(m_store.runner().score()),
+                      m_store.awardRemaining() > 0 ? m_mint : white(0.92), false);
+        },
+        this);
+    m_currentScore->setObjectName(QStringLiteral("currentScore"));
+}
+
+void NotchView::buildControls() {
+    m_spaceHint = new PaintedButton(
+        PaintedButton::Look::quiet,
+        [this](QPainter& painter, const QRectF& rect) {
+            KeyHint::paint(painter, rect, QStringLiteral("SPACE"), spaceLabel(), controlColor);
+        },
+        this);
+    m_spaceHint->setObjectName(QStringLiteral("spaceHint"));
+    connect(m_spaceHint, &QAbstractButton::clicked, this, [this] { m_store.act(); });
+
+    m_downHint = new PaintedItem(
+        [](QPainter& painter, const QRectF& rect) {
+            KeyHint::paint(painter, rect, QStringLiteral("↓"), QStringLiteral("DUCK"), controlColor);
+        },
+        this);
+    m_downHint->setObjectName(QStringLiteral("downHint"));
+    m_downHint->setToolTip(QStringLiteral("Hold Down arrow to duck. Press Down in the air to drop faster."));
+    m_downHint->setAccessibleName(QStringLiteral("↓ DUCK"));
+
+    m_speedMeter = new PaintedItem(
+        [this](QPainter& painter, const QRectF& rect) {
+            const int64_t level = m_store.runner().speedLevel();
+            const double bottom = std::floor(rect.top() + (rect.height() - meterHeight) / 2) + meterHeight;
+            QColor lit = m_mint;
+            lit.setAlphaF(0.7f * m_mint.alphaF());
+            for (int i = 1; i <= speedLevels; ++i) {
+                const double barHeight = 2.0 * i + 3;
+                const QRectF bar(rect.left() + (i - 1) * (barWidth + barSpacing), bottom - barHeight,
+                                 barWidth, barHeight);
+                painter.fillRect(bar, level >= i ? lit : white(0.12));
+            }
+        },
+        this);
+    m_speedMeter->setObjectName(QStringLiteral("speedMeter"));
+
+    m_pauseButton = new PaintedButton(
+        PaintedButton::Look::quiet,
+        [this](QPainter& painter, const QRectF& rect) {
+            drawIconCentred(painter, rect,
+                            m_store.runner().phase() == RunPhase::paused ? PixelIcon::play
+                                                                         : PixelIcon::pause);
+        },
+        this);
+    m_pauseButton->setObjectName(QStringLiteral("pauseButton"));
+    m_pauseButton->setToolTip(QStringLiteral("Pause or resume (P)"));
+    connect(m_pauseButton, &QAbstractButton::clicked, this, [this] { m_store.togglePause(); });
+
+    m_soundButton = new PaintedButton(
+        PaintedButton::Look::quiet,
+        [this](QPainter& painter, const QRectF& rect) {
+            drawIconCentred(painter, rect,
+                            m_store.soundEnabled() ? PixelIcon::speakerOn : PixelIcon::speakerOff);
+        },
+        this);
+    m_soundButton->setObjectName(QStringLiteral("soundButton"));
+    connect(m_soundButton, &QAbstractButton::clicked, this,
+            [this] { m_store.setSoundEnabled(!m_store.soundEnabled()); });
+
+    m_optionsButton = new PaintedButton(
+        PaintedButton::Look::quiet,
+        [](QPainter& painter, const QRectF& rect) { drawIconCentred(painter, rect, PixelIcon::ellipsis); },
+        this);
+    m_optionsButton->setObjectName(QStringLiteral("optionsButton"));
+    m_optionsButton->setToolTip(QStringLiteral("Options"));
+    m_optionsButton->setAccessibleName(QStringLiteral("Options"));
+    connect(m_optionsButton, &QAbstractButton::clicked, this, [this] {
+        emit optionsRequested(m_optionsButton->mapToGlobal(QPoint(0, m_optionsButton->height())));
+    });
+
+    m_escHint = new PaintedButton(
+        PaintedButton::Look::quiet,
+        [](QPainter& painter, const QRectF& rect) {
+            KeyHint::paint(painter, rect, QStringLiteral("ESC"), QStringLiteral("BACK"), controlColor);
+        },
+        this);
+    m_escHint->setObjectName(QStringLiteral("escHint"));
+    m_escHint->setAccessibleName(QStringLiteral("Close game and return to work"));
+    connect(m_escHint, &QAbstractButton::clicked, this, &NotchView::closeRequested);
+}
+
+QString NotchView::spaceLabel() const {
+    switch (m_store.runner().phase()) {
+    case RunPhase::paused:
+        return QStringLiteral("RESUME");
+    case RunPhase::over:
+        return QStringLiteral("RETRY");
+    case RunPhase::ready:
+    case RunPhase::running:
+        break;
+    }
+    return QStringLiteral("JUMP");
+}
+
+QString NotchView::peekToolTip() const {
+    QString tip = m_store.runner().phase() == RunPhase::paused ? QStringLiteral("Click to resume")
+                                                               : QStringLiteral("Click to play");
+    if (m_store.shortcutAvailable()) {
+        tip += QStringLiteral(" · Alt+Super+Space");
+    }
+    return tip;
+}
+
+QString NotchView::peekAccessibleName() const {
+    return m_store.runner().phase() == RunPhase::paused ? QStringLiteral("Resume Vantrel")
+                                                        : QStringLiteral("Play Vantrel");
+}
+
+void NotchView::syncTexts() {
+    const bool paused = m_store.runner().phase() == RunPhase::paused;
+    m_peekButton->setToolTipIfChanged(peekToolTip());
+    m_peekButton->setAccessibleNameIfChanged(peekAccessibleName());
+    m_bestScore->setAccessibleNameIfChanged(QStringLiteral("Best score %1").arg(m_store.best()));
+    m_currentScore->setAccessibleNameIfChanged(
+        QStringLiteral("Current score %1").arg(m_store.runner().score()));
+    m_spaceHint->setAccessibleNameIfChanged(paused ? QStringLiteral("Resume game")
+                                                   : QStringLiteral("Jump or start game"));
+    const QString speed = QStringLiteral("Speed level %1 of 5").arg(m_store.runner().speedLevel());
+    m_speedMeter->setToolTipIfChanged(speed);
+    m_speedMeter->setAccessibleNameIfChanged(speed);
+    m_pauseButton->setAccessibleNameIfChanged(paused ? QStringLiteral("Resume") : QStringLiteral("Pause"));
+    const QString sound =
+        m_store.soundEnabled() ? QStringLiteral("Mute sound") : QStringLiteral("Enable sound");
+    m_soundButton->setToolTipIfChanged(sound);
+    m_soundButton->setAccessibleNameIfChanged(sound);
+}
+
+void NotchView::onRunnerChanged() {
+    m_currentScore->update();
+    m_speedMeter->update();
+    syncTexts();
+    const RunPhase phase = m_store.runner().phase();
+    if (phase != m_phase) {
+        m_phase = phase;
+        m_pauseButton->update();
+        relayout(); // the Space hint's label changes width
+    }
+}
+
+void NotchView::onExpandedChanged() {
+    const double target = m_store.expanded() ? expandedRadius : collapsedRadius;
+    m_radiusAnimation->stop();
+    if (m_animated && isVisible()) {
+        m_radiusAnimation->setStartValue(m_radius);
+        m_radiusAnimation->setEndValue(target);
+        m_radiusAnimation->start();
+    } else {
+        setShapeRadius(target);
+    }
+    relayout();
+}
+
+void NotchView::setShapeRadius(double radius) {
+    if (radius != m_radius) {
+        m_radius = radius;
+        update();
+    }
+}
+
+void NotchView::resizeEvent(QResizeEvent*) {
+    relayout();
+}
+
+void NotchView::relayout() {
+    const bool expanded = m_store.expanded();
+    for (QWidget* w : std::initializer_list<QWidget*>{m_bestScore, m_currentScore, m_runway, m_spaceHint,
+                                                      m_downHint, m_speedMeter, m_pauseButton, m_soundButton,
+                                                      m_optionsButton, m_escHint}) {
+        w->setVisible(expanded);
+    }
+    if (expanded) {
+        m_peekButton->hide();
+        layoutExpanded();
+    } else if (m_store.peeking()) {
+        // Below the notch: a 16-point strip with the 14 x 12 head centred and bottom-aligned.
+        const double top = std::max(0.0, m_store.notchHeight());
+        m_peekButton->setGeometry(QRectF(0, top, width(), peekStripHeight).toAlignedRect());
+        m_peekGlyph->setGeometry(QRectF(std::round((width() - peekGlyphWidth) / 2),
+                                        peekStripHeight - peekGlyphHeight, peekGlyphWidth, peekGlyphHeight)
+                                     .toAlignedRect());
+        m_peekButton->show();
+    } else {
+        m_peekButton->hide();
+    }
+    update();
+}
+
+void NotchView::layoutExpanded() {
+    const double w = width();
+    const double rowHeight = std::max(m_store.notchHeight(), minimumScoresHeight);
+    const double rowLeft = bodyPaddingX + scoresPaddingX;
+    const double rowWidth = std::max(0.0, w - 2 * rowLeft);
+    const double gap = std::max(0.0, m_store.notchWidth()) + notchGapExtra;
+    const double side = std::max(0.0, (rowWidth - gap) / 2);
+    m_bestScore->setGeometry(QRectF(rowLeft, bodyPaddingTop, side, rowHeight).toAlignedRect());
+    m_currentScore->setGeometry(
+        QRectF(rowLeft + side + gap, bodyPaddingTop, side, rowHeight).toAlignedRect());
+
+    const double runwayTop = bodyPaddingTop + rowHeight;
+    const double runwayHeight = m_store.roomy() ? roomyRunwayHeight : NotchView::runwayHeight;
+    m_runway->setGeometry(
+        QRectF(bodyPaddingX, runwayTop, std::max(0.0, w - 2 * bodyPaddingX), runwayHeight).toAlignedRect());
+    layoutControlRow(runwayTop + runwayHeight);
+}
+
+void NotchView::layoutControlRow(double top) {
+    const double left = bodyPaddingX;
+    const double right = width() - bodyPaddingX;
+    auto place = [top](QWidget* item, double x, double itemWidth) {
+        item->setGeometry(QRectF(x, top, itemWidth, controlRowHeight).toAlignedRect());
+    };
+
+    double x = left;
+    const double spaceWidth = std::ceil(KeyHint::size(QStringLiteral("SPACE"), spaceLabel()).width());
+    place(m_spaceHint, x, spaceWidth);
+    x += spaceWidth + controlSpacing;
+    place(m_downHint, x, std::ceil(KeyHint::size(QStringLiteral("↓"), QStringLiteral("DUCK")).width()));
+
+    // From the trailing edge back: ESC, options, sound, pause, speed meter.
+    double r = right;
+    const double escWidth = std::ceil(KeyHint::size(QStringLiteral("ESC"), QStringLiteral("BACK")).width());
+    r -= escWidth;
+    place(m_escHint, r, escWidth);
+    for (QWidget* button : {static_cast<QWidget*>(m_optionsButton), static_cast<QWidget*>(m_soundButton),
+                            static_cast<QWidget*>(m_pauseButton)}) {
+        r -= controlSpacing / 2 + iconButtonWidth;
+        place(button, r, iconButtonWidth);
+    }
+    r -= controlSpacing + meterWidth;
+    place(m_speedMeter, r, meterWidth);
+}
+
+void NotchView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing, true);
+    painter.fillPath(NotchShape{m_radius}.path(QRectF(rect())), Qt::black);
+}
+
+} // namespace vantrel

@@ -1,0 +1,26 @@
+#include "Vantrel/views/PaintedItem.h"
+
+#include <QPainter>
+
+namespace vantrel {
+
+PaintedItem::PaintedItem(Painter painter, QWidget* parent) : QWidget(parent), m_painter(std::move(painter)) {}
+
+void PaintedItem::setAccessibleNameIfChanged(const QString& name) {
+    if (accessibleName() != name) {
+        setAccessibleName(name);
+    }
+}
+
+void PaintedItem::setToolTipIfChanged(const QString& tip) {
+    if (toolTip() != tip) {
+        setToolTip(tip);
+    }
+}
+
+void PaintedItem::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    m_painter(painter, QRectF(rect()));
+}
+
+} // namespace vantrel

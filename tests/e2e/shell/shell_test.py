@@ -1,0 +1,330 @@
+"""The application shell on a real desktop: the tray icon in an XEmbed tray
+(trayer) toggles the playfield on a left click and opens the options menu on a
+right click; the menu's switches reach the settings file and the panel; the
+first launch shows onboarding, which holds the playfield back until it is
+finished; later launches talk to the running program; SIGTERM keeps the best
+score; without any tray the program still works and says so once."""
+
+import subprocess
+import os
+import sys
+import time
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
+from desktop import Desktop, run_checks  # noqa: E402
+
+WIDTH, HEIGHT = 1280, 800
+CX = WIDTH // 2
+EXPANDED = (CX - 240, 0, 480, 192)  # 480 wide, flush with the top edge
+PEEK_HEIGHT = 24
+
+# The options menu's commands in keyboard order (the three info lines on top are disabled).
+MENU = ["Play / Resume", "Fresh Run", "Watch Autopilot", "Sound", "Larger Playfield", "Hover to Peek",
+        "Welcome to Vantrel\u2026", "Check for Updates\u2026", "Quit Vantrel"]
+
+
+def expanded_width(width):
+    return lambda g: g is not None and g[1] == 0 and g[2] == width and g[0] == CX - width // 2
+
+
+def popup_menus(d, near=None):
+    """Visible windows of vantrel other than the panel and the tray icon: an open menu."""
+    icon = d.tray_icon()
+    found = []
+    for wid in d.visible_windows(cls="^Vantrel$"):
+        if wid in (d.panel_window(), icon[0] if icon else None):
+            continue
+        name = d.run("xprop", "-id", wid, "WM_NAME", check=False)
+        if '"Velt"' in name:
+            continue
+        g = d.window_geometry(wid)
+        # The menu has 9 commands, 3 info lines and 4 separators: well over 200 pixels high.
+        if g and g[3] > 200 and g[2] > 100:
+            found.append((wid, g))
+    return found
+
+
+_last_icon_click = [0.0]
+
+
+def click_icon(d, button):
+    icon = d.tray_icon()
+    assert icon is not None, "the tray icon is gone"
+    _, x, y, w, h = icon
+    d.move_to(x + w // 2, y + h // 2)
+    # Two presses within the double-click interval (400 ms) make a double click, not two clicks.
+    time.sleep(max(0.0, _last_icon_click[0] + 0.6 - time.time()))
+    d.run("xdotool", "click", str(button))
+    _last_icon_click[0] = time.time()
+
+
+def escape_closes(d):
+    """Escape, once the open playfield has the keyboard (activation is asynchronous), closes it."""
+    d.wait_for(lambda: d.active_window() == d.panel_window(), 3, "the open playfield has no keyboard focus")
+    d.key("Escape")
+    d.wait_geometry(lambda g: g is None, 2.0, "Escape did not close the playfield")
+
+
+def open_menu(d):
+    click_icon(d, 3)
+    d.wait_for(lambda: popup_menus(d), 3, "a right click on the tray icon opened no menu")
+
+
+def choose(d, title):
+    """Opens the options menu from the tray and picks a command with the keyboard."""
+    open_menu(d)
+    time.sleep(0.2)
+    d.key(*(["Down"] * (MENU.index(title) + 1)))
+    d.key("Return")
+    d.wait_for(lambda: not popup_menus(d), 3, "the menu did not close after choosing %s" % title)
+
+
+def launch_again(d, *args):
+    """A second vantrel with the same settings and desktop; (exit status, seconds it took)."""
+    started = time.time()
+    result = subprocess.run([d.program, "--settings-file", d.settings] + list(args), env=d.env,
+                            capture_output=True, text=True, timeout=20)
+    return result.returncode, time.time() - started, result.stderr
+
+
+def stays(d, predicate, seconds, message):
+    deadline = time.time() + seconds
+    while time.time() < deadline:
+        g = d.panel_geometry()
+        assert predicate(g), "%s (geometry %s)" % (message, g)
+        time.sleep(0.05)
+
+
+def hover_top_centre(d):
+    d.move_to(CX, 200)
+    d.glide([(CX, 40), (CX, 2)])
+
+
+def with_tray(program):
+    # Sound starts off (the default) but is written down, so the test knows where it starts.
+    with Desktop(program, WIDTH, HEIGHT, extra_settings="soundEnabled=false\n") as d:
+        d.start_tray()
+        d.start_vantrel()
+
+        def icon_appears():
+            d.wait_for(lambda: d.tray_icon() is not None, 10, "no vantrel window was embedded in the tray")
+            _, x, y, w, h = d.tray_icon()
+            assert 16 <= w <= 64 and 16 <= h <= 64, "odd icon size %dx%d" % (w, h)
+            pixels = d.screenshot(x, y, w, h)
+            dark = sum(1 for row in pixels for p in row if max(p) < 60)
+            # The standing dinosaur covers roughly a third of its box.
+            assert dark > w * h // 8, "the icon shows no dinosaur (%d dark pixels of %d)" % (dark, w * h)
+
+        def left_click_toggles():
+            click_icon(d, 1)
+            d.wait_geometry(lambda g: g == EXPANDED, 2.0, "a left click did not open the playfield")
+            time.sleep(0.3)
+            click_icon(d, 1)
+            d.wait_geometry(lambda g: g is None, 2.0, "a second left click did not close the playfield")
+            stays(d, lambda g: g is None, 0.6, "the playfield came back after the second click")
+
+        def right_click_opens_menu():
+            open_menu(d)
+            menus = popup_menus(d)
+            assert len(menus) == 1, "expected one menu, found %s" % menus
+            _, (x, y, w, h) = menus[0]
+            icon = d.tray_icon()
+            # Next to the icon in the top right corner, on the screen.
+            assert x + w <= WIDTH and y + h <= HEIGHT and x > WIDTH // 2, "menu at %s" % ((x, y, w, h),)
+            assert d.panel_geometry() is None, "the right click opened the playfield"
+            d.key("Escape")
+            d.wait_for(lambda: not popup_menus(d), 3, "Escape did not close the menu")
+            assert icon is not None
+
+        def sound_toggles():
+            choose(d, "Sound")
+            d.wait_for(lambda: d.read_settings().get("soundEnabled") == "true", 3,
+                       "Sound did not switch on (settings %s)" % d.read_settings())
+            choose(d, "Sound")
+            d.wait_for(lambda: d.read_settings().get("soundEnabled") == "false", 3,
+                       "Sound did not switch off again (settings %s)" % d.read_settings())
+
+        def larger_playfield_while_expanded():
+            d.move_to(CX, 400)
+            d.key("alt+super+space")
+            d.wait_geometry(lambda g: g == EXPANDED, 2.0, "the shortcut did not open the playfield")
+            choose(d, "Larger Playfield")
+            d.wait_for(lambda: d.read_settings().get("roomy") == "true", 3,
+                       "roomy not written (settings %s)" % d.read_settings())
+            g = d.wait_geometry(expanded_width(600), 3.0, "the open playfield did not grow to 600 wide")
+            assert g[3] > EXPANDED[3], "the larger playfield is not taller: %s" % (g,)
+            choose(d, "Larger Playfield")
+            d.wait_for(lambda: d.read_settings().get("roomy") == "false", 3, "roomy not switched back")
+            d.wait_geometry(lambda g: g == EXPANDED, 3.0, "the playfield did not shrink back to 480 wide")
+            escape_closes(d)
+
+        def hover_to_peek_toggles():
+            choose(d, "Hover to Peek")
+            d.wait_for(lambda: d.read_settings().get("hoverToPeek") == "false", 3,
+                       "hoverToPeek not written (settings %s)" % d.read_settings())
+            hover_top_centre(d)
+            stays(d, lambda g: g is None, 1.0, "the tab peeks with Hover to Peek off")
+            choose(d, "Hover to Peek")
+            d.wait_for(lambda: d.read_settings().get("hoverToPeek") == "true", 3, "hoverToPeek not switched on")
+            hover_top_centre(d)
+            d.wait_geometry(lambda g: g is not None and g[3] == PEEK_HEIGHT, 3.0,
+                            "no peek tab with Hover to Peek on again")
+            d.move_to(CX, 400)
+            d.wait_geometry(lambda g: g is None, 3.0, "the tab did not go away")
+
+        def second_launch_opens_and_toggle_closes():
+            rc, seconds, err = launch_again(d)
+            assert rc == 0, "the second launch exited with %s: %s" % (rc, err)
+            assert seconds < 3.0, "the second launch took %.1f s to hand over" % seconds
+            d.wait_geometry(lambda g: g == EXPANDED, 3.0, "the second launch did not open the playfield")
+            assert d.app.poll() is None, "the first vantrel is gone"
+            rc, seconds, err = launch_again(d, "--toggle")
+            assert rc == 0 and seconds < 3.0, "--toggle: status %s after %.1f s: %s" % (rc, seconds, err)
+            d.wait_geometry(lambda g: g is None, 3.0, "--toggle did not close the playfield")
+            rc, _, err = launch_again(d, "--toggle")
+            assert rc == 0, err
+            d.wait_geometry(lambda g: g == EXPANDED, 3.0, "--toggle did not open the playfield again")
+            escape_closes(d)
+
+        def options_button_opens_menu_below_it():
+            d.move_to(CX, 400)
+            d.key("alt+super+space")
+            d.wait_geometry(lambda g: g == EXPANDED, 2.0, "the shortcut did not open the playfield")
+            # The control row's ellipsis button sits at x 383-399, y 146-174 of the 480-wide playfield.
+            x0 = EXPANDED[0]
+            d.move_to(x0 + 391, 160)
+            time.sleep(0.3)
+            d.run("xdotool", "click", "1")
+            d.wait_for(lambda: popup_menus(d), 3, "the options button opened no menu")
+            (_, (x, y, w, h)), = popup_menus(d)
+            assert x0 + 375 <= x <= x0 + 400 and 165 <= y <= 185, "menu at %s, not under the button" % (
+                (x, y, w, h),)
+            assert d.panel_geometry() == EXPANDED, "the menu closed the playfield"
+            d.key("Escape")
+            d.wait_for(lambda: not popup_menus(d), 3, "Escape did not close the menu")
+            escape_closes(d)
+
+        def sigterm_keeps_best_score():
+            before = int(d.read_settings().get("bestScore", "0"))
+            # The autopilot keeps the run going until the signal arrives.
+            rc, _, err = launch_again(d, "--demo")
+            assert rc == 0, err
+            d.wait_geometry(lambda g: g == EXPANDED, 3.0, "--demo did not open the playfield")
+            time.sleep(4)
+            assert d.panel_geometry() == EXPANDED, "the run did not last"
+            rc = d.stop_vantrel()
+            assert rc == 0, "vantrel exited with %s on SIGTERM" % rc
+            best = int(d.read_settings().get("bestScore", "0"))
+            assert best > before and best > 0, "bestScore %d after the run (before %d)" % (best, before)
+
+        return run_checks([
+            ("the tray icon appears in the tray", icon_appears),
+            ("a left click on the icon opens the playfield, a second one closes it", left_click_toggles),
+            ("a right click on the icon opens the options menu", right_click_opens_menu),
+            ("Sound switches the sound setting on and off", sound_toggles),
+            ("Larger Playfield grows the open playfield to 600 wide and back", larger_playfield_while_expanded),
+            ("Hover to Peek switches peeking off and on", hover_to_peek_toggles),
+            ("a second launch opens the playfield, --toggle closes it", second_launch_opens_and_toggle_closes),
+            ("the options button opens the menu below it", options_button_opens_menu_below_it),
+            ("SIGTERM during a run keeps the best score", sigterm_keeps_best_score),
+        ])
+
+
+def first_launch(program):
+    with Desktop(program, WIDTH, HEIGHT, onboarded=False) as d:
+        d.start_vantrel()
+        window = []
+
+        def onboarding_window():
+            found = d.visible_windows(name="^Vantrel$")
+            window[:] = found
+            return bool(found)
+
+        def onboarding_shows():
+            d.wait_for(onboarding_window, 10, "no window titled Vantrel at the first launch")
+            assert len(window) == 1, "%d windows titled Vantrel" % len(window)
+            g = d.window_geometry(window[0])
+            assert g[2] >= 500 and g[3] >= 500, "the onboarding window is only %s" % (g,)
+            assert "hasCompletedOnboarding" not in d.read_settings()
+
+        def playfield_held_back():
+            d.move_to(CX, 700)
+            d.key("alt+super+space")
+            stays(d, lambda g: g is None, 1.0, "the shortcut opened the playfield over onboarding")
+            rc, _, err = launch_again(d)
+            assert rc == 0, err
+            stays(d, lambda g: g is None, 1.0, "a second launch opened the playfield over onboarding")
+            assert onboarding_window(), "the onboarding window went away"
+
+        def finishing_opens_playfield():
+            x, y, w, h = d.window_geometry(window[0])
+            # The primary button sits in the bottom right corner, inside 32 by 24 pixel margins;
+            # "Let’s play" takes the place of "Get started" on the second page.
+            button = (x + w - 32 - 60, y + h - 24 - 12)
+            d.move_to(*button)
+            d.run("xdotool", "click", "1")
+            time.sleep(0.6)  # the page fades in over 0.18 s
+            assert onboarding_window(), "Get started closed the window"
+            assert "hasCompletedOnboarding" not in d.read_settings(), "finished on the first page"
+            d.run("xdotool", "click", "1")
+            d.wait_for(lambda: not onboarding_window(), 3, "Let’s play did not close the onboarding window")
+            d.wait_for(lambda: d.read_settings().get("hasCompletedOnboarding") == "true", 3,
+                       "hasCompletedOnboarding not written (settings %s)" % d.read_settings())
+            d.wait_geometry(lambda g: g == EXPANDED, 3.0, "Let’s play did not open the playfield")
+
+        status = run_checks([
+            ("the first launch shows the onboarding window", onboarding_shows),
+            ("while onboarding shows, the shortcut and a second launch leave the playfield shut",
+             playfield_held_back),
+            ("Get started, then Let’s play, finishes onboarding and opens the playfield",
+             finishing_opens_playfield),
+        ])
+        rc = d.stop_vantrel()
+        if rc != 0:
+            print("FAIL vantrel exited with %s on SIGTERM" % rc)
+            status = 1
+        return status
+
+
+def without_tray(program):
+    with Desktop(program, WIDTH, HEIGHT) as d:
+        d.env["VANTREL_TRAY_WAIT_SECONDS"] = "1"
+        d.start_vantrel()
+
+        def notice_once():
+            d.wait_for(lambda: d.visible_windows(name="^Vantrel is running$"), 10,
+                       "no notice window about the missing tray")
+            time.sleep(2.5)
+            notices = d.visible_windows(name="^Vantrel is running$")
+            assert len(notices) == 1, "%d notice windows" % len(notices)
+            assert "vantrel: tray not available" in d.stderr_text()
+
+        def hover_and_shortcut_work():
+            hover_top_centre(d)
+            d.wait_geometry(lambda g: g is not None and g[3] == PEEK_HEIGHT, 3.0, "no peek tab without a tray")
+            d.move_to(CX, 400)
+            d.key("alt+super+space")
+            d.wait_geometry(lambda g: g == EXPANDED, 3.0, "the shortcut did not open the playfield")
+            escape_closes(d)
+
+        status = run_checks([
+            ("without a tray a notice window says so, once", notice_once),
+            ("without a tray hovering and the shortcut still work", hover_and_shortcut_work),
+        ])
+        rc = d.stop_vantrel()
+        if rc != 0:
+            print("FAIL vantrel exited with %s on SIGTERM" % rc)
+            status = 1
+        return status
+
+
+def main(program):
+    status = 0
+    for part in (with_tray, first_launch, without_tray):
+        print("--- %s" % part.__name__.replace("_", " "), flush=True)
+        status |= part(program)
+    return status
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1]))
