@@ -1,6 +1,8 @@
 // The vantrel program: parses the command line, makes sure only one instance
 // runs per user, and hands everything else to the AppDelegate.
 #include "Vantrel/Clock.h"
+#include "Vantrel/GameStore.h"
+#include "Vantrel/audio/ArcadeAudio.h"
 #include "Vantrel/shell/AppDelegate.h"
 #include "Vantrel/shell/QuitOnSignal.h"
 #include "Vantrel/shell/SingleInstance.h"
@@ -9,6 +11,8 @@
 #include <QCommandLineParser>
 #include <QTextStream>
 
+#include <optional>
+
 using namespace vantrel;
 
 namespace {
@@ -16,6 +20,7 @@ namespace {
 struct CommandLine {
     AppDelegate::Options options;
     bool toggle = false;
+    std::optional<int> audioBufferBytes; // the sound server's buffer to ask for, bytes
 };
 
 // Read before the GUI starts, so --help, --version and --toggle work without a display.
@@ -62,6 +67,11 @@ CommandLine parseCommandLine(int argc, char** argv) {
     if (ok) {
         line.options.trayWaitSeconds = wait;
     }
+    // A loaded machine may need more room against gaps in the sound, at the cost of delay.
+    const int bufferBytes = qEnvironmentVariableIntValue("VANTREL_AUDIO_BUFFER_BYTES", &ok);
+    if (ok && AudioMixer::isSettableBufferBytes(bufferBytes)) {
+        line.audioBufferBytes = bufferBytes;
+    }
     return line;
 }
 
@@ -101,6 +111,9 @@ int main(int argc, char** argv) {
     SteadyClock clock;
     QuitOnSignal quitOnSignal;
     AppDelegate delegate(line.options, clock);
+    if (line.audioBufferBytes) {
+        delegate.store().audio().mixer().setBufferBytes(*line.audioBufferBytes);
+    }
     QObject::connect(&instance, &SingleInstance::messageReceived, &delegate, &AppDelegate::handleRequest);
     QObject::connect(&app, &QCoreApplication::aboutToQuit, &delegate, &AppDelegate::shutdown);
     if (line.options.verbose) {

@@ -10,7 +10,7 @@ namespace detail {
 
 namespace {
 
-constexpr double rate = 44100.0;
+constexpr double rate = sampleRate; // samples per second, for the arithmetic in double
 constexpr double twoPi = 6.283185307179586;
 constexpr double attackTime = 0.003;  // s, linear fade-in against clicks
 constexpr double releaseTime = 0.035; // s, linear fade-out at the note's end

@@ -21,16 +21,16 @@
 
 using namespace vantrel;
 using namespace vantrel::testing;
-using Clock = std::chrono::steady_clock;
+using Steady = std::chrono::steady_clock;
 
 namespace {
 
 struct Chunk {
-    Clock::time_point arrived;
+    Steady::time_point arrived;
     std::size_t endSample; // samples received so far, this chunk included
 };
 
-double ms(Clock::duration d) {
+double ms(Steady::duration d) {
     return std::chrono::duration<double, std::milli>(d).count();
 }
 
@@ -77,7 +77,7 @@ int main(int argc, char** argv) {
         std::size_t carry = 0;
         for (;;) {
             const ssize_t n = read(fds[0], buffer.data() + carry, buffer.size() - carry);
-            const auto now = Clock::now();
+            const auto now = Steady::now();
             if (n <= 0) {
                 return;
             }
@@ -96,17 +96,17 @@ int main(int argc, char** argv) {
     ArcadeAudio audio;
     const int firstBuffer = audio.mixer().bufferBytes();
     pump(500); // the recording is running
-    std::vector<Clock::time_point> warmPlays, coldPlays;
+    std::vector<Steady::time_point> warmPlays, coldPlays;
     // Cold: the sink has been stopped after silence (hold 1.5 s) and is started by the play.
     for (int i = 0; i < std::max(3, plays / 4); ++i) {
         pump(AudioMixer::holdMilliseconds + 400);
-        coldPlays.push_back(Clock::now());
+        coldPlays.push_back(Steady::now());
         audio.play(ArcadeCue::jump);
     }
     pump(300);
     // Warm: jumps 250 ms apart, as in a run, with the sink already running.
     for (int i = 0; i < plays; ++i) {
-        warmPlays.push_back(Clock::now());
+        warmPlays.push_back(Steady::now());
         audio.play(ArcadeCue::jump);
         pump(250);
     }
@@ -116,7 +116,7 @@ int main(int argc, char** argv) {
     close(fds[0]);
 
     std::lock_guard guard(lock);
-    auto latencies = [&](const std::vector<Clock::time_point>& times) {
+    auto latencies = [&](const std::vector<Steady::time_point>& times) {
         std::vector<double> out;
         for (const auto played : times) {
             // The first chunk that arrived after the play call holds samples from about then on.

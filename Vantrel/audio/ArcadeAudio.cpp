@@ -25,6 +25,10 @@ std::vector<uint8_t> ArcadeAudio::renderCue(ArcadeCue cue) {
 ArcadeAudio::ArcadeAudio(WaveSource source, QObject* parent)
     : QObject(parent), m_source(std::move(source)), m_mixer(new AudioMixer(this)) {}
 
+ArcadeAudio::ArcadeAudio(WaveSource source, std::unique_ptr<AudioSink> sink, const Clock& clock,
+                         QObject* parent)
+    : QObject(parent), m_source(std::move(source)), m_mixer(new AudioMixer(std::move(sink), clock, this)) {}
+
 ArcadeAudio::~ArcadeAudio() {
     // Players go before the mixer they are voices of.
     m_activeReward = nullptr;

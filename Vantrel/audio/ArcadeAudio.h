@@ -24,8 +24,12 @@ public:
     // The WAV image for a cue; the game uses Chiptune::waveData.
     using WaveSource = std::function<std::vector<uint8_t>(ArcadeCue)>;
 
+    // The game's cues on the sound server, on the steady clock.
     explicit ArcadeAudio(QObject* parent = nullptr);
     explicit ArcadeAudio(WaveSource source, QObject* parent = nullptr);
+    // Into `sink`, with the mixer's hold timed by `clock` (which must outlive this).
+    ArcadeAudio(WaveSource source, std::unique_ptr<AudioSink> sink, const Clock& clock,
+                QObject* parent = nullptr);
     ~ArcadeAudio() override;
 
     // The game's source: the cue synthesised on this thread.
@@ -39,6 +43,7 @@ public:
     WavPlayer* activeReward() const { return m_activeReward; }
     std::vector<ArcadeCue> pendingRewards() const { return {m_rewardQueue.begin(), m_rewardQueue.end()}; }
     const AudioMixer& mixer() const { return *m_mixer; }
+    AudioMixer& mixer() { return *m_mixer; }
 
     static constexpr float volume = 0.65f;
 

@@ -1,49 +1,59 @@
 #include "Vantrel/audio/AudioMixer.h"
 
+#include "Vantrel/Clock.h"
 #include "Vantrel/Logging.h"
-
-#include <QAudioDevice>
-#include <QAudioSink>
-#include <QIODevice>
-#include <QMediaDevices>
+#include "Vantrel/audio/QtAudioSink.h"
+#include "VantrelCore/Chiptune.h"
 
 #include <algorithm>
-#include <chrono>
+#include <cmath>
+#include <span>
 
 namespace vantrel {
 
 namespace {
 
-qint64 monotonicMs() {
-    using namespace std::chrono;
-    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
+constexpr qint64 frameBytes = static_cast<qint64>(sizeof(float)); // mono float
+constexpr qint64 bytesPerMs = Chiptune::sampleRate * frameBytes / 1000;
 
-constexpr qint64 frameBytes = AudioMixer::channels * static_cast<qint64>(sizeof(float));
-constexpr qint64 bytesPerMs = AudioMixer::sampleRate * frameBytes / 1000;
+const Clock& steadyClock() {
+    static const SteadyClock clock;
+    return clock;
+}
 
 } // namespace
 
-AudioMixer::AudioMixer(QObject* parent) : QObject(parent) {
-    // A loaded machine may need more room against gaps, at the cost of delay.
-    bool ok = false;
-    const int requested = qEnvironmentVariableIntValue("VANTREL_AUDIO_BUFFER_BYTES", &ok);
-    if (ok && requested >= 1024 && requested <= 1 << 20) {
-        m_bufferBytes = requested;
-    }
+AudioMixer::AudioMixer(QObject* parent)
+    : AudioMixer(std::make_unique<QtAudioSink>(), steadyClock(), parent) {}
+
+AudioMixer::AudioMixer(std::unique_ptr<AudioSink> sink, const Clock& clock, QObject* parent)
+    : QObject(parent), m_sink(std::move(sink)), m_clock(clock) {
     m_idleTimer.setSingleShot(true);
     connect(&m_idleTimer, &QTimer::timeout, this, &AudioMixer::idleCheck);
     m_feedTimer.setTimerType(Qt::PreciseTimer);
     connect(&m_feedTimer, &QTimer::timeout, this, &AudioMixer::feed);
+    connect(m_sink.get(), &AudioSink::starved, this, [this] {
+        if (m_sinkRunning) {
+            noteGap();
+        }
+    });
+    connect(m_sink.get(), &AudioSink::lost, this, [this] {
+        // Sounding voices end: nothing will play them.
+        if (m_sinkRunning) {
+            stopSink();
+            failAllVoices();
+        }
+    });
 }
 
 AudioMixer::~AudioMixer() {
     m_feedTimer.stop();
-    if (m_sink) {
+    m_idleTimer.stop();
+    if (m_sinkRunning) {
+        m_sinkRunning = false;
         m_sink->stop();
-        delete m_sink;
-        m_sink = nullptr;
     }
+    m_sink.reset();
     for (const auto& voice : m_voices) {
         voice->playing = false;
         voice->ended = nullptr;
@@ -51,13 +61,12 @@ AudioMixer::~AudioMixer() {
     m_voices.clear();
 }
 
-QAudioFormat AudioMixer::format() {
-    // Mono float: the samples as rendered, no conversion; the server spreads it to its channels.
-    QAudioFormat f;
-    f.setSampleRate(sampleRate);
-    f.setChannelCount(channels);
-    f.setSampleFormat(QAudioFormat::Float);
-    return f;
+bool AudioMixer::isSettableBufferBytes(int bytes) {
+    return bytes >= leastSettableBufferBytes && bytes <= mostSettableBufferBytes;
+}
+
+qint64 AudioMixer::nowMilliseconds() const {
+    return static_cast<qint64>(std::llround(m_clock.now() * 1000.0));
 }
 
 std::shared_ptr<AudioMixer::Voice> AudioMixer::addVoice(std::vector<float> samples) {
@@ -106,10 +115,6 @@ std::size_t AudioMixer::voicePosition(const std::shared_ptr<Voice>& voice) const
     return voice->position;
 }
 
-bool AudioMixer::isSinkRunning() const {
-    return m_sinkRunning;
-}
-
 bool AudioMixer::anyPlaying() const {
     return std::any_of(m_voices.begin(), m_voices.end(), [](const auto& v) { return v->playing; });
 }
@@ -144,7 +149,7 @@ void AudioMixer::mix(float* out, std::size_t frames) {
         out[i] = std::clamp(out[i], -1.0f, 1.0f);
     }
     if (audible) {
-        m_lastAudibleMs = monotonicMs();
+        m_lastAudibleMs = nowMilliseconds();
     }
     if (endedNow && !anyPlaying()) {
         armIdleStop();
@@ -152,7 +157,7 @@ void AudioMixer::mix(float* out, std::size_t frames) {
 }
 
 void AudioMixer::feed() {
-    if (!m_sinkRunning || m_sink == nullptr || m_output == nullptr) {
+    if (!m_sinkRunning) {
         return;
     }
     const qint64 room = m_sink->bytesFree() / frameBytes * frameBytes;
@@ -165,16 +170,16 @@ void AudioMixer::feed() {
         return;
     }
     const auto frames = static_cast<std::size_t>(room / frameBytes);
-    m_mix.resize(frames * channels);
+    m_mix.resize(frames);
     mix(m_mix.data(), frames);
-    m_output->write(reinterpret_cast<const char*>(m_mix.data()), room);
+    m_sink->write(std::span<const float>(m_mix.data(), frames));
 }
 
 void AudioMixer::noteGap() {
     ++m_underruns;
     // A gap in the silence of the hold is not heard: no reason to add delay. One
     // gap may be seen twice (by the sink and by the top-up): grow once per start.
-    const bool heard = anyPlaying() || monotonicMs() - m_lastAudibleMs < 100;
+    const bool heard = anyPlaying() || nowMilliseconds() - m_lastAudibleMs < heardGapMilliseconds;
     if (heard && !m_grewThisRun) {
         m_bufferBytes = std::max(m_bufferBytes, std::min(m_bufferBytes * 3 / 2, maxBufferBytes));
         m_grewThisRun = true;
@@ -188,32 +193,14 @@ void AudioMixer::ensureSink() {
     if (m_sinkRunning) {
         return;
     }
-    if (!m_sink) {
-        const QAudioDevice device = QMediaDevices::defaultAudioOutput();
-        if (device.isNull()) {
-            ++m_sinkFailures;
-            failAllVoices();
-            return;
-        }
-        m_sink = new QAudioSink(device, format(), this);
-        connect(m_sink, &QAudioSink::stateChanged, this, [this](QAudio::State state) {
-            // Pushed, the sink falls idle after starting only when the server ran dry.
-            if (state == QAudio::IdleState && m_sinkRunning) {
-                noteGap();
-            }
-            // A sink that stops by itself has lost its server; sounding voices end.
-            if (state == QAudio::StoppedState && m_sinkRunning && m_sink &&
-                m_sink->error() != QAudio::NoError) {
-                stopSink();
-                failAllVoices();
-            }
-        });
-    }
-    if (!startSink()) {
+    ++m_sinkStarts;
+    if (!m_sink->start(m_bufferBytes)) {
+        ++m_sinkFailures;
+        failAllVoices();
         return;
     }
     m_sinkRunning = true;
-    m_lastAudibleMs = monotonicMs();
+    m_lastAudibleMs = nowMilliseconds();
     m_fedSinceStart = false;
     m_grewThisRun = false;
     // Top up about four times per buffer the server keeps, so one late tick is no gap.
@@ -221,24 +208,6 @@ void AudioMixer::ensureSink() {
     m_feedTimer.start(static_cast<int>(std::clamp<qint64>(m_keptBytes / bytesPerMs / 4, 2, 20)));
     qCDebug(lcAudio) << "sink started: asked for" << m_bufferBytes << "bytes, the server keeps" << m_keptBytes
                      << "; top-up every" << m_feedTimer.interval() << "ms";
-    emit sinkRunningChanged(true);
-}
-
-bool AudioMixer::startSink() {
-    ++m_sinkStarts;
-    m_sink->setBufferSize(m_bufferBytes);
-    m_output = m_sink->start();
-    // Without a sound server start() fails at once and says so only here.
-    if (m_output == nullptr || m_sink->error() != QAudio::NoError ||
-        m_sink->state() == QAudio::StoppedState) {
-        ++m_sinkFailures;
-        m_output = nullptr;
-        m_sink->deleteLater(); // a later start makes a fresh one, maybe on a new default device
-        m_sink = nullptr;
-        failAllVoices();
-        return false;
-    }
-    return true;
 }
 
 void AudioMixer::failAllVoices() {
@@ -259,10 +228,10 @@ void AudioMixer::armIdleStop() {
 }
 
 void AudioMixer::idleCheck() {
-    if (anyPlaying()) {
+    if (!m_sinkRunning || anyPlaying()) {
         return;
     }
-    const qint64 silentFor = monotonicMs() - m_lastAudibleMs;
+    const qint64 silentFor = nowMilliseconds() - m_lastAudibleMs;
     if (silentFor < holdMilliseconds) {
         m_idleTimer.start(static_cast<int>(holdMilliseconds - silentFor));
         return;
@@ -278,11 +247,7 @@ void AudioMixer::stopSink() {
     }
     m_sinkRunning = false;
     qCDebug(lcAudio) << "sink stopped after silence";
-    m_output = nullptr; // the sink deletes its push device when it stops
-    if (m_sink) {
-        m_sink->stop();
-    }
-    emit sinkRunningChanged(false);
+    m_sink->stop();
 }
 
 } // namespace vantrel

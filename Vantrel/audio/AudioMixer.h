@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QAudioFormat>
+#include "Vantrel/audio/AudioSink.h"
+
 #include <QObject>
 #include <QTimer>
 
@@ -8,21 +9,21 @@
 #include <memory>
 #include <vector>
 
-class QAudioSink;
-class QIODevice;
-
 namespace vantrel {
 
+class Clock;
+
 // Sums every sounding voice into one stream written to a single long-lived
-// QAudioSink. The mixer pushes: a short timer keeps the server's small buffer
+// AudioSink. The mixer pushes: a short timer keeps the server's small buffer
 // topped up, and a new sound is mixed and written the moment it starts, so it
 // waits only behind what the server already holds. The sink (and the timer) run
 // only while something sounds, plus a short hold, so a silent game wakes nothing.
+// The timers only wake the mixer; every decision about time reads the clock.
 // Everything runs on the thread that owns the mixer.
 class AudioMixer : public QObject {
     Q_OBJECT
 public:
-    // One sound being played: mono samples at `sampleRate`, full scale +-1.
+    // One sound being played: mono samples at Chiptune::sampleRate, full scale +-1.
     struct Voice {
         std::vector<float> samples;
         std::size_t position = 0; // next sample to mix
@@ -31,8 +32,6 @@ public:
         std::function<void()> ended; // called when the last sample was mixed
     };
 
-    static constexpr int sampleRate = 44100;
-    static constexpr int channels = 1;
     // The latency asked of the server, in bytes of mono float: 6144 bytes is
     // 35 ms, of which a null sink keeps three quarters (26 ms) in the stream's
     // buffer and hands out as room in ~10-12 ms steps. A top-up later than the
@@ -41,16 +40,24 @@ public:
     // machine that keeps missing its deadlines trades delay for unbroken sound.
     static constexpr int defaultBufferBytes = 6144;
     static constexpr int maxBufferBytes = 16384;
+    // What a user's setting may ask for, in bytes: 1 KiB (6 ms) to 1 MiB (6 s).
+    static constexpr int leastSettableBufferBytes = 1024;
+    static constexpr int mostSettableBufferBytes = 1 << 20;
     // The sink is stopped only after this much silence. It must exceed the sink's
     // latency (buffered samples are still to be heard), and a little more spares
     // restarting the stream between the quick jumps of a run.
     static constexpr int holdMilliseconds = 1500;
+    // A gap this soon after the last audible sample may still cut the sound's tail.
+    static constexpr int heardGapMilliseconds = 100;
 
+    // The sound server through Qt, on the steady clock.
     explicit AudioMixer(QObject* parent = nullptr);
+    // `clock` must outlive the mixer.
+    AudioMixer(std::unique_ptr<AudioSink> sink, const Clock& clock, QObject* parent = nullptr);
     ~AudioMixer() override;
 
-    static QAudioFormat format();
-
+    // Whether a user's setting for the buffer is taken (see leastSettableBufferBytes).
+    static bool isSettableBufferBytes(int bytes);
     // Takes effect at the next start of the sink.
     void setBufferBytes(int bytes) { m_bufferBytes = bytes; }
     // What the next start asks for: the setting, grown after gaps.
@@ -67,37 +74,40 @@ public:
     bool isVoicePlaying(const std::shared_ptr<Voice>& voice) const;
     std::size_t voicePosition(const std::shared_ptr<Voice>& voice) const;
 
-    // True while the sink is started (pulling or about to).
-    bool isSinkRunning() const;
+    // True while the sink is started: the mixer writes to it.
+    bool isSinkRunning() const { return m_sinkRunning; }
     // How many times a sink was started; how many starts failed (no sound server, no device).
     int sinkStarts() const { return m_sinkStarts; }
     int sinkFailures() const { return m_sinkFailures; }
     // How many times the server ran out of samples while the sink ran (an audible gap).
     int underruns() const { return m_underruns; }
+    // Milliseconds between top-ups while the sink runs.
+    int feedIntervalMilliseconds() const { return m_feedTimer.interval(); }
 
     // Mixes the next `frames` frames of every sounding voice into `out`, clamped
     // to full scale, and moves the voices on.
     void mix(float* out, std::size_t frames);
 
-signals:
-    void sinkRunningChanged(bool running);
+    // What the timers call, open so that tests step them with the clock: writes
+    // as much of the mix as the sink has room for; stops the sink once nothing has
+    // sounded for `holdMilliseconds`.
+    void feed();
+    void idleCheck();
 
 private:
     void ensureSink();
-    bool startSink();
-    void feed();
     void noteGap();
     void failAllVoices();
     void armIdleStop();
-    void idleCheck();
     void stopSink();
     bool anyPlaying() const;
+    qint64 nowMilliseconds() const;
 
+    std::unique_ptr<AudioSink> m_sink;
+    const Clock& m_clock;
     std::vector<std::shared_ptr<Voice>> m_voices;
     std::vector<float> m_mix; // scratch buffer, frames
     qint64 m_lastAudibleMs = 0;
-    QAudioSink* m_sink = nullptr;
-    QIODevice* m_output = nullptr; // the sink's push device while it runs
     QTimer m_feedTimer;
     bool m_sinkRunning = false;
     QTimer m_idleTimer;

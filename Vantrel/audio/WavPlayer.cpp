@@ -1,5 +1,7 @@
 #include "Vantrel/audio/WavPlayer.h"
 
+#include "VantrelCore/Chiptune.h"
+
 #include <QMetaObject>
 
 #include <algorithm>
@@ -57,7 +59,7 @@ WavPlayer::Decoded WavPlayer::decode(std::span<const uint8_t> wav) {
                 result.error = QStringLiteral("only mono or stereo is supported");
                 return result;
             }
-            if (rate != static_cast<uint32_t>(AudioMixer::sampleRate)) {
+            if (rate != static_cast<uint32_t>(Chiptune::sampleRate)) {
                 result.error = QStringLiteral("sample rate %1 Hz is not supported").arg(rate);
                 return result;
             }
@@ -144,7 +146,7 @@ std::size_t WavPlayer::position() const {
 }
 
 double WavPlayer::duration() const {
-    return static_cast<double>(m_sampleCount) / AudioMixer::sampleRate;
+    return static_cast<double>(m_sampleCount) / Chiptune::sampleRate;
 }
 
 } // namespace vantrel

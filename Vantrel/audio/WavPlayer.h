@@ -15,7 +15,7 @@
 namespace vantrel {
 
 // Plays one in-memory WAV image as a voice of an AudioMixer. Accepts 16-bit PCM,
-// mono or stereo (mixed down), at the mixer's 44.1 kHz.
+// mono or stereo (mixed down), at Chiptune::sampleRate, the rate the mixer streams at.
 class WavPlayer : public QObject {
     Q_OBJECT
 public:
