@@ -1,13 +1,17 @@
-// The reward queue and the player cache, with the real WAV player on a private
-// PulseAudio server and the real end-of-playback notices.
-#include "AudioTestSupport.h"
-#include "PulseServer.h"
+// The reward queue and the player cache, with the real WAV players and mixer
+// writing into a recording sink: the test plays the "server" by hand, and the
+// end-of-playback notices travel through the event loop as in the game.
+#include "RecordingAudioSink.h"
 
+#include "Vantrel/Clock.h"
 #include "Vantrel/audio/ArcadeAudio.h"
 #include "VantrelCore/Chiptune.h"
 
+#include <QCoreApplication>
+
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 
 using namespace vantrel;
@@ -15,27 +19,37 @@ using namespace vantrel::testing;
 
 namespace {
 
-// One server for the whole test process, started on first need and ended at exit.
-const std::string& soundServerProblem() {
-    static std::unique_ptr<PulseServer> server;
-    static std::string why = [] {
-        server = std::make_unique<PulseServer>();
-        std::string problem = server->start();
-        if (problem.empty()) {
-            server->useInThisProcess();
-        }
-        return problem;
-    }();
-    return why;
-}
-
 class ArcadeAudioTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        if (!soundServerProblem().empty()) {
-            GTEST_SKIP() << "no sound server for the test: " << soundServerProblem();
+    void SetUp() override { make(ArcadeAudio::renderCue); }
+    void make(ArcadeAudio::WaveSource source) {
+        auto owned = std::make_unique<RecordingAudioSink>();
+        sink = owned.get();
+        sink->keptBytes = AudioMixer::defaultBufferBytes;
+        made = std::make_unique<ArcadeAudio>(std::move(source), std::move(owned), clock);
+    }
+    // The server plays `ms` milliseconds in 10 ms steps, each followed by the
+    // mixer's top-up and the notices it queued.
+    void playFor(int ms) {
+        for (int t = 0; t < ms; t += step) {
+            clock.advance(step / 1000.0);
+            sink->play(step * RecordingAudioSink::framesPerMs);
+            made->mixer().feed();
+            QCoreApplication::processEvents();
         }
     }
+    // Plays until `done` holds, for at most `limitMs` of sound; returns `done()`.
+    bool playUntil(const std::function<bool()>& done, int limitMs = 5000) {
+        for (int t = 0; t < limitMs && !done(); t += step) {
+            playFor(step);
+        }
+        return done();
+    }
+
+    static constexpr int step = 10; // ms
+    ManualClock clock;
+    RecordingAudioSink* sink = nullptr; // owned by the mixer
+    std::unique_ptr<ArcadeAudio> made;
 };
 
 std::vector<uint8_t> broken(ArcadeCue) {
@@ -45,7 +59,7 @@ std::vector<uint8_t> broken(ArcadeCue) {
 } // namespace
 
 TEST_F(ArcadeAudioTest, PlayersAreMadeOnFirstUseAndCached) {
-    ArcadeAudio audio;
+    ArcadeAudio& audio = *made;
     for (ArcadeCue cue : allArcadeCues) {
         EXPECT_EQ(audio.cachedPlayer(cue), nullptr);
     }
@@ -58,17 +72,31 @@ TEST_F(ArcadeAudioTest, PlayersAreMadeOnFirstUseAndCached) {
     audio.play(ArcadeCue::duck);
     EXPECT_EQ(audio.cachedPlayer(ArcadeCue::duck), duck);
     EXPECT_EQ(audio.cachedPlayer(ArcadeCue::jump), nullptr);
-    ASSERT_TRUE(pumpUntil([&] { return !duck->isPlaying(); }));
+    ASSERT_TRUE(playUntil([&] { return !duck->isPlaying(); }));
+}
+
+TEST_F(ArcadeAudioTest, ACueIsWrittenWholeAtItsVolume) {
+    made->play(ArcadeCue::jump);
+    WavPlayer* jump = made->cachedPlayer(ArcadeCue::jump);
+    ASSERT_NE(jump, nullptr);
+    ASSERT_TRUE(playUntil([&] { return !jump->isPlaying(); }));
+    const std::vector<float> cue = WavPlayer::decode(Chiptune::waveData(ArcadeCue::jump)).samples;
+    ASSERT_GT(sink->written.size(), cue.size());
+    for (std::size_t i = 0; i < cue.size(); ++i) {
+        ASSERT_NEAR(sink->written[i], cue[i] * ArcadeAudio::volume, 1e-6f) << i;
+    }
+    EXPECT_EQ(sink->written[cue.size()], 0.0f); // then silence
+    EXPECT_EQ(made->mixer().underruns(), 0);
 }
 
 TEST_F(ArcadeAudioTest, JumpNeverMakesACrashPlayerButStopsACachedOne) {
-    ArcadeAudio audio;
+    ArcadeAudio& audio = *made;
     audio.play(ArcadeCue::jump);
     EXPECT_EQ(audio.cachedPlayer(ArcadeCue::crash), nullptr);
     audio.play(ArcadeCue::crash);
     WavPlayer* crash = audio.cachedPlayer(ArcadeCue::crash);
     ASSERT_NE(crash, nullptr);
-    ASSERT_TRUE(pumpUntil([&] { return crash->position() > 0; }));
+    ASSERT_TRUE(playUntil([&] { return crash->position() > 0; }));
     EXPECT_TRUE(crash->isPlaying());
     audio.play(ArcadeCue::jump);
     EXPECT_FALSE(crash->isPlaying());
@@ -76,23 +104,23 @@ TEST_F(ArcadeAudioTest, JumpNeverMakesACrashPlayerButStopsACachedOne) {
 }
 
 TEST_F(ArcadeAudioTest, ASecondJumpRestartsTheFirst) {
-    ArcadeAudio audio;
+    ArcadeAudio& audio = *made;
     audio.play(ArcadeCue::jump);
     WavPlayer* jump = audio.cachedPlayer(ArcadeCue::jump);
-    ASSERT_TRUE(pumpUntil([&] { return jump->position() > 0; }));
+    ASSERT_TRUE(playUntil([&] { return jump->position() > 0; }));
     ASSERT_TRUE(jump->isPlaying());
     audio.play(ArcadeCue::jump);
     EXPECT_EQ(jump->position(), 0u); // from the top, not a second layer
     EXPECT_TRUE(jump->isPlaying());
     int finishes = 0;
     QObject::connect(jump, &WavPlayer::finished, [&] { ++finishes; });
-    ASSERT_TRUE(pumpUntil([&] { return finishes > 0; }));
-    pump(100);
+    ASSERT_TRUE(playUntil([&] { return finishes > 0; }));
+    playFor(100);
     EXPECT_EQ(finishes, 1);
 }
 
 TEST_F(ArcadeAudioTest, RewardsQueueAndPlayInTurn) {
-    ArcadeAudio audio;
+    ArcadeAudio& audio = *made;
     audio.play(ArcadeCue::milestone);
     audio.play(ArcadeCue::record);
     WavPlayer* milestone = audio.cachedPlayer(ArcadeCue::milestone);
@@ -104,7 +132,7 @@ TEST_F(ArcadeAudioTest, RewardsQueueAndPlayInTurn) {
     // Record what sounds at each moment: the two must never play together.
     bool overlapped = false;
     bool recordStartedAfterMilestone = false;
-    ASSERT_TRUE(pumpUntil(
+    ASSERT_TRUE(playUntil(
         [&] {
             WavPlayer* record = audio.cachedPlayer(ArcadeCue::record);
             if (record && record->isPlaying()) {
@@ -120,11 +148,11 @@ TEST_F(ArcadeAudioTest, RewardsQueueAndPlayInTurn) {
     EXPECT_EQ(milestone->position(), milestone->sampleCount()); // the milestone was played out whole
     EXPECT_EQ(audio.activeReward(), audio.cachedPlayer(ArcadeCue::record));
     EXPECT_TRUE(audio.pendingRewards().empty());
-    ASSERT_TRUE(pumpUntil([&] { return audio.activeReward() == nullptr; }));
+    ASSERT_TRUE(playUntil([&] { return audio.activeReward() == nullptr; }));
 }
 
 TEST_F(ArcadeAudioTest, ActionsDoNotWaitForRewards) {
-    ArcadeAudio audio;
+    ArcadeAudio& audio = *made;
     audio.play(ArcadeCue::record);
     audio.play(ArcadeCue::jump);
     audio.play(ArcadeCue::duck);
@@ -135,12 +163,12 @@ TEST_F(ArcadeAudioTest, ActionsDoNotWaitForRewards) {
 }
 
 TEST_F(ArcadeAudioTest, StopAllSilencesAndForgetsTheQueue) {
-    ArcadeAudio audio;
+    ArcadeAudio& audio = *made;
     audio.play(ArcadeCue::milestone);
     audio.play(ArcadeCue::record);
     audio.play(ArcadeCue::crash);
     WavPlayer* milestone = audio.cachedPlayer(ArcadeCue::milestone);
-    ASSERT_TRUE(pumpUntil([&] { return milestone->position() > 0; }));
+    ASSERT_TRUE(playUntil([&] { return milestone->position() > 0; }));
     audio.stopAll();
     EXPECT_EQ(audio.activeReward(), nullptr);
     EXPECT_TRUE(audio.pendingRewards().empty());
@@ -148,14 +176,14 @@ TEST_F(ArcadeAudioTest, StopAllSilencesAndForgetsTheQueue) {
     EXPECT_EQ(milestone->position(), 0u);
     EXPECT_FALSE(audio.cachedPlayer(ArcadeCue::crash)->isPlaying());
     // Whatever notices were on their way start nothing.
-    pump(600);
+    playFor(600);
     EXPECT_EQ(audio.cachedPlayer(ArcadeCue::record), nullptr);
     EXPECT_EQ(audio.activeReward(), nullptr);
     EXPECT_FALSE(milestone->isPlaying());
 }
 
 TEST_F(ArcadeAudioTest, ALateNoticeForARestartedRewardIsIgnored) {
-    ArcadeAudio audio;
+    ArcadeAudio& audio = *made;
     audio.play(ArcadeCue::milestone);
     WavPlayer* milestone = audio.cachedPlayer(ArcadeCue::milestone);
     // The moment the end notice is delivered, and before the audio object's own
@@ -172,20 +200,21 @@ TEST_F(ArcadeAudioTest, ALateNoticeForARestartedRewardIsIgnored) {
             }
         },
         Qt::DirectConnection);
-    ASSERT_TRUE(pumpUntil([&] { return restarted; }));
-    pump(30); // the stale notice has been handled by now
+    ASSERT_TRUE(playUntil([&] { return restarted; }));
+    playFor(30); // the stale notice has been handled by now
     EXPECT_TRUE(milestone->isPlaying());
     EXPECT_EQ(audio.activeReward(), milestone);
     EXPECT_EQ(audio.pendingRewards(), std::vector<ArcadeCue>{ArcadeCue::record});
-    ASSERT_TRUE(pumpUntil([&] { return audio.activeReward() == audio.cachedPlayer(ArcadeCue::record); }));
+    ASSERT_TRUE(playUntil([&] { return audio.activeReward() == audio.cachedPlayer(ArcadeCue::record); }));
 }
 
 TEST_F(ArcadeAudioTest, ACueWhosePlayerCannotBeMadeIsSilentAlone) {
     int requests = 0;
-    ArcadeAudio audio([&](ArcadeCue cue) {
+    make([&](ArcadeCue cue) {
         ++requests;
         return cue == ArcadeCue::milestone ? broken(cue) : Chiptune::waveData(cue);
     });
+    ArcadeAudio& audio = *made;
     audio.play(ArcadeCue::milestone);
     audio.play(ArcadeCue::record);
     EXPECT_EQ(audio.cachedPlayer(ArcadeCue::milestone), nullptr);
@@ -197,7 +226,7 @@ TEST_F(ArcadeAudioTest, ACueWhosePlayerCannotBeMadeIsSilentAlone) {
     audio.play(ArcadeCue::milestone); // waits for the record, then is tried again
     EXPECT_EQ(requests, 3);
     EXPECT_EQ(audio.pendingRewards(), std::vector<ArcadeCue>{ArcadeCue::milestone});
-    ASSERT_TRUE(pumpUntil([&] { return audio.activeReward() == nullptr; }));
+    ASSERT_TRUE(playUntil([&] { return audio.activeReward() == nullptr; }));
     EXPECT_EQ(requests, 4); // not remembered as failed
     EXPECT_TRUE(audio.pendingRewards().empty());
 }
