@@ -3,6 +3,8 @@
 // A private PulseAudio server for tests: its own runtime and home folders, a
 // null sink whose monitor can be recorded, and a socket named by PULSE_SERVER.
 // Several may run at once (ctest -j), each in its own folder.
+#include "VantrelCore/Chiptune.h"
+
 #include <chrono>
 #include <csignal>
 #include <cstdio>
@@ -113,13 +115,13 @@ public:
         // Clients must never start a server of their own behind the test's back.
         std::ofstream(m_dir + "/client.conf") << "autospawn = no\n";
         m_address = "unix:" + m_dir + "/run/native";
-        m_pid =
-            spawnProcess({"pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no",
-                          "--disallow-module-loading=no", "--log-target=stderr",
-                          std::string("-Lmodule-null-sink sink_name=") + sinkName +
-                              " format=float32le rate=44100 channels=2",
-                          "-Lmodule-native-protocol-unix auth-anonymous=1 socket=" + m_dir + "/run/native"},
-                         serverEnv(), m_dir + "/server.out", m_dir + "/server.log");
+        m_pid = spawnProcess(
+            {"pulseaudio", "-n", "--daemonize=no", "--exit-idle-time=-1", "--use-pid-file=no",
+             "--disallow-module-loading=no", "--log-target=stderr",
+             std::string("-Lmodule-null-sink sink_name=") + sinkName +
+                 " format=float32le rate=" + std::to_string(Chiptune::sampleRate) + " channels=2",
+             "-Lmodule-native-protocol-unix auth-anonymous=1 socket=" + m_dir + "/run/native"},
+            serverEnv(), m_dir + "/server.out", m_dir + "/server.log");
         if (m_pid < 0) {
             return "cannot start pulseaudio";
         }
@@ -178,7 +180,7 @@ private:
     pid_t m_pid = -1;
 };
 
-// Records the server's null sink as mono 32-bit float samples at 44.1 kHz. parec
+// Records the server's null sink as mono 32-bit float samples at Chiptune::sampleRate. parec
 // keeps its default (large) buffer: a small one overflows on a busy machine and
 // drops samples from the recording.
 class MonitorRecording {
@@ -198,7 +200,7 @@ public:
                                          "-d",
                                          std::string(PulseServer::sinkName) + ".monitor",
                                          "--format=float32le",
-                                         "--rate=44100",
+                                         "--rate=" + std::to_string(Chiptune::sampleRate),
                                          "--channels=1",
                                          "--raw"};
         if (m_latencyMsec > 0) {
@@ -226,6 +228,11 @@ public:
             endProcess(m_pid, SIGINT);
             m_pid = -1;
         }
+        return samples();
+    }
+
+    // What has been recorded so far; parec delivers it some way (its latency) behind the sink.
+    std::vector<float> samples() const {
         std::vector<float> samples;
         std::ifstream in(m_path, std::ios::binary);
         if (!in) {
