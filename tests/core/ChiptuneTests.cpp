@@ -8,6 +8,8 @@
 using namespace vantrel;
 using Chiptune::detail::Note;
 
+constexpr double rate = Chiptune::sampleRate; // samples per second, for the arithmetic in double
+
 namespace {
 
 uint32_t u32At(const std::vector<uint8_t>& b, std::size_t at) {
@@ -39,21 +41,21 @@ std::vector<float> referenceRender(std::span<const Note> notes) {
             maxEnd = notes[n].at + notes[n].duration;
         }
     }
-    std::vector<float> out(static_cast<std::size_t>(std::ceil(maxEnd * 44100.0)) + 1, 0.0f);
+    std::vector<float> out(static_cast<std::size_t>(std::ceil(maxEnd * rate)) + 1, 0.0f);
     for (const Note& note : notes) {
-        const long start = static_cast<long>(note.at * 44100.0);
-        const long count = static_cast<long>(note.duration * 44100.0);
+        const long start = static_cast<long>(note.at * rate);
+        const long count = static_cast<long>(note.duration * rate);
         const double target = note.endMIDI ? *note.endMIDI : note.midi;
         double phase = 0;
         for (long i = 0; i < count; ++i) {
             if (start + i >= static_cast<long>(out.size())) {
                 continue;
             }
-            double t = i / 44100.0;
+            double t = i / rate;
             double p = t / note.duration;
             double m = note.midi + (target - note.midi) * p;
             double f = 440 * exp2((m - 69) / 12);
-            phase += f * 6.283185307179586 / 44100.0;
+            phase += f * 6.283185307179586 / rate;
             double s1 = sin(phase), s3 = sin(3 * phase), s5 = sin(5 * phase);
             double w = note.triangle ? (s1 - s3 / 9 + s5 / 25) / 1.15 : (s1 + s3 / 3 + s5 / 5) / 1.54;
             double a = t / 0.003 < 1 ? t / 0.003 : 1;
@@ -127,15 +129,15 @@ TEST(Chiptune, SampleCounts) {
 }
 
 TEST(Chiptune, LengthIsOneBeyondTheCeilingOfTheLatestEnd) {
-    // duck: 0.07 * 44100 lands just above 3087; crash: 0.15 + 0.18 just below 0.33.
-    EXPECT_GT(0.07 * 44100.0, 3087.0);
+    // duck: 0.07 s at 44.1 kHz lands just above 3087; crash: 0.15 + 0.18 just below 0.33.
+    EXPECT_GT(0.07 * rate, 3087.0);
     EXPECT_LT(0.15 + 0.18, 0.33);
     for (ArcadeCue cue : allArcadeCues) {
         double maxEnd = 0;
         for (const Note& n : Chiptune::detail::notes(cue)) {
             maxEnd = std::max(maxEnd, n.at + n.duration);
         }
-        EXPECT_EQ(Chiptune::samples(cue).size(), static_cast<std::size_t>(std::ceil(maxEnd * 44100.0)) + 1)
+        EXPECT_EQ(Chiptune::samples(cue).size(), static_cast<std::size_t>(std::ceil(maxEnd * rate)) + 1)
             << toString(cue);
     }
 }
@@ -154,7 +156,7 @@ TEST(Chiptune, FirstSampleOfEveryNoteIsExactlyZero) {
         for (const Note& note : Chiptune::detail::notes(cue)) {
             const Note alone[] = {note};
             const auto s = Chiptune::detail::render(alone);
-            const auto start = static_cast<std::size_t>(note.at * 44100.0);
+            const auto start = static_cast<std::size_t>(note.at * rate);
             EXPECT_TRUE(sameBits(s[start], 0.0f)) << toString(cue) << " note at " << note.at;
             // The phase is advanced before the first sample, so the next one already sounds.
             EXPECT_NE(s[start + 1], 0.0f);
@@ -180,14 +182,14 @@ TEST(Chiptune, MatchesAPlainTranscriptionBitForBit) {
 
 TEST(Chiptune, SecondSampleOfTheJumpWorkedByHand) {
     // i = 1: the phase holds the increments of samples 0 and 1; attack 1/132.3,
-    // no release yet, decay 1 - 0.25 * (1/44100)/0.095.
+    // no release yet, decay 1 - 0.25 * (1/rate)/0.095.
     const double f0 = 440 * std::exp2((72.0 - 69) / 12);
-    const double m1 = 72 + 12 * ((1 / 44100.0) / 0.095);
+    const double m1 = 72 + 12 * ((1 / rate) / 0.095);
     const double f1 = 440 * std::exp2((m1 - 69) / 12);
-    const double phase = f0 * 6.283185307179586 / 44100.0 + f1 * 6.283185307179586 / 44100.0;
+    const double phase = f0 * 6.283185307179586 / rate + f1 * 6.283185307179586 / rate;
     const double w = (std::sin(phase) + std::sin(3 * phase) / 3 + std::sin(5 * phase) / 5) / 1.54;
-    const double a = (1 / 44100.0) / 0.003;
-    const double d = 1 - 0.25 * ((1 / 44100.0) / 0.095);
+    const double a = (1 / rate) / 0.003;
+    const double d = 1 - 0.25 * ((1 / rate) / 0.095);
     EXPECT_EQ(Chiptune::samples(ArcadeCue::jump)[1], static_cast<float>(d * a * 0.13 * w));
 }
 
@@ -220,7 +222,7 @@ TEST(Chiptune, EnvelopeRisesIn3msAndFallsIn35ms) {
 
 TEST(Chiptune, JumpGlidesToJustBelowItsEndPitch) {
     const Note& jump = Chiptune::detail::notes(ArcadeCue::jump)[0];
-    const auto count = static_cast<int64_t>(jump.duration * 44100.0);
+    const auto count = static_cast<int64_t>(jump.duration * rate);
     EXPECT_EQ(Chiptune::detail::pitchAt(jump, 0), 72.0);
     const double last = Chiptune::detail::pitchAt(jump, count - 1);
     EXPECT_LT(last, 84.0);
@@ -242,7 +244,7 @@ TEST(Chiptune, JumpChirpRisesAnOctave) {
     };
     // Expected: the frequency at each window's middle times 20 ms.
     auto expected = [](double middleSample) {
-        const double m = 72 + 12 * (middleSample / 44100.0 / 0.095);
+        const double m = 72 + 12 * (middleSample / rate / 0.095);
         return 440 * std::exp2((m - 69) / 12) * 0.02;
     };
     const int early = crossings(200, 200 + 882);
@@ -316,7 +318,7 @@ TEST(Chiptune, HeaderFields) {
         EXPECT_EQ(u32At(wav, 16), 16u);
         EXPECT_EQ(u16At(wav, 20), 1u);
         EXPECT_EQ(u16At(wav, 22), 1u);
-        EXPECT_EQ(u32At(wav, 24), 44100u);
+        EXPECT_EQ(u32At(wav, 24), static_cast<uint32_t>(Chiptune::sampleRate));
         EXPECT_EQ(u32At(wav, 28), 88200u);
         EXPECT_EQ(u16At(wav, 32), 2u);
         EXPECT_EQ(u16At(wav, 34), 16u);
