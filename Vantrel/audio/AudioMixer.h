@@ -76,7 +76,7 @@ public:
 
     // True while the sink is started: the mixer writes to it.
     bool isSinkRunning() const { return m_sinkRunning; }
-    // How many times a sink was started; how many starts failed (no sound server, no device).
+    // How many times the sink was asked to start; how many starts failed (no sound server, no device).
     int sinkStarts() const { return m_sinkStarts; }
     int sinkFailures() const { return m_sinkFailures; }
     // How many times the server ran out of samples while the sink ran (an audible gap).
