@@ -20,6 +20,11 @@ def skip(message):
     sys.exit(SKIP)
 
 
+class Undecided(Exception):
+    """A check that could not observe what it needs to decide (say, the machine was
+    too slow for a timing claim on every attempt): neither a pass nor a failure."""
+
+
 def require_tools():
     missing = [t for t in TOOLS if shutil.which(t) is None]
     if missing:
@@ -124,12 +129,28 @@ class Desktop:
 
     @staticmethod
     def wait_for(condition, timeout, message):
+        """Polls `condition` until it holds, for at most `timeout` seconds; returns its value."""
         deadline = time.time() + timeout
-        while time.time() < deadline:
-            if condition():
+        while True:
+            value = condition()
+            if value:
+                return value
+            if time.time() >= deadline:
+                raise AssertionError(message() if callable(message) else message)
+            time.sleep(0.05)
+
+    @staticmethod
+    def hold(condition, seconds, message):
+        """Asserts that `condition` holds on every look for `seconds`: the opposite of
+        wait_for, for things that must not happen. The time is part of the check."""
+        deadline = time.time() + seconds
+        while True:
+            value = condition()
+            if not value:
+                raise AssertionError(message(value) if callable(message) else message)
+            if time.time() >= deadline:
                 return
             time.sleep(0.05)
-        raise AssertionError(message)
 
     # --- the program -------------------------------------------------------
 
@@ -139,8 +160,9 @@ class Desktop:
                                stderr=self.log)
         self.wait_for(lambda: self.panel_window() is not None, 20, "the panel window never appeared")
         # The shortcut is registered last, right before the event loop starts: then it is ready.
+        # Input sent from now on is queued by the X server until the event loop reads it, and every
+        # check waits for what it expects with a deadline: no pause is needed here.
         self.wait_for(lambda: "vantrel: ready" in self.stderr_text(), 20, "vantrel did not finish starting")
-        time.sleep(0.2)
         return self.app
 
     def log_tail(self, lines=12):
@@ -187,6 +209,7 @@ class Desktop:
                 values["Height"])
 
     def wait_geometry(self, predicate, timeout, message):
+        """Polls the panel's geometry until `predicate` holds; returns that geometry."""
         last = [None]
 
         def check():
@@ -198,6 +221,32 @@ class Desktop:
         except AssertionError:
             raise AssertionError("%s (last geometry %s)%s" % (message, last[0], self.log_tail()))
         return last[0]
+
+    def hold_geometry(self, predicate, seconds, message):
+        """Asserts that the panel's geometry satisfies `predicate` on every look for `seconds`."""
+        last = [None]
+
+        def check():
+            last[0] = self.panel_geometry()
+            return predicate(last[0])
+
+        self.hold(check, seconds, lambda _: "%s (geometry %s)%s" % (message, last[0], self.log_tail()))
+
+    def current_desktop(self):
+        out = self.run("xprop", "-root", "_NET_CURRENT_DESKTOP", check=False)
+        return int(out.split("=")[1]) if "=" in out else None
+
+    def switch_desktop(self, number, timeout=3.0):
+        """Switches workspace and waits until the window manager reports it."""
+        self.run("xdotool", "set_desktop", str(number))
+        self.wait_for(lambda: self.current_desktop() == number, timeout,
+                      "the window manager did not switch to workspace %d" % number)
+
+    def activate(self, wid, timeout=3.0):
+        """Gives `wid` the keyboard focus and waits until it has it."""
+        if self.active_window() != wid:
+            self.run("xdotool", "windowactivate", "--sync", wid, check=False)
+        self.wait_for(lambda: self.active_window() == wid, timeout, "window %s did not get the focus" % wid)
 
     # --- the tray ----------------------------------------------------------
 
@@ -289,19 +338,32 @@ class Desktop:
         return int(values["X"]), int(values["Y"])
 
     def move_to(self, x, y):
-        """Moves the pointer with relative motion, which (unlike a warp) makes raw input events."""
+        """Moves the pointer with relative motion, which (unlike a warp) makes raw input events.
+        When it returns, the X server has the pointer at (x, y)."""
+        px, py = self.pointer()
         for _ in range(3):
-            px, py = self.pointer()
             if (px, py) == (x, y):
                 return
-            self.run("xdotool", "mousemove_relative", "--", str(x - px), str(y - py))
-        px, py = self.pointer()
+            # One xdotool for the move and the look after it: the look is a round trip, so the
+            # server has made the move by the time the answer comes.
+            out = self.run("xdotool", "mousemove_relative", "--", str(x - px), str(y - py),
+                           "getmouselocation", "--shell")
+            values = dict(line.split("=") for line in out.split())
+            px, py = int(values["X"]), int(values["Y"])
         if (px, py) != (x, y):
             raise AssertionError("pointer at %s, wanted %s" % ((px, py), (x, y)))
+
+    def timed_move(self, x, y):
+        """move_to, timed: (started, arrived), wall-clock seconds. The pointer crossed from where it
+        was to (x, y) somewhere in between, so a claim about when it arrived has that much slack."""
+        started = time.time()
+        self.move_to(x, y)
+        return started, time.time()
 
     def glide(self, points, pause=0.02):
         for x, y in points:
             self.move_to(x, y)
+            # The pause is the pointer's pace, not a wait for the program: a hand moves at this speed.
             time.sleep(pause)
 
     def key(self, *keys, window=None):
@@ -378,17 +440,34 @@ class Desktop:
 
 
 def run_checks(checks):
-    """Runs named check functions in order; prints each outcome; returns the exit status."""
-    failed = 0
+    """Runs named check functions in order; prints each outcome; returns the exit status:
+    1 when a check failed, SKIP when none failed but one could not decide, else 0."""
+    failed = undecided = 0
     for name, check in checks:
         started = time.time()
         try:
             check()
             print("PASS %s (%.1f s)" % (name, time.time() - started), flush=True)
+        except Undecided as reason:
+            undecided += 1
+            print("UNDECIDED %s: %s" % (name, reason), flush=True)
         except Exception as error:  # a failed assertion or a broken tool: both fail the test
             failed += 1
             print("FAIL %s: %s" % (name, error), flush=True)
-    return 1 if failed else 0
+    if failed:
+        return 1
+    if undecided:
+        print("SKIPPED: %d check(s) could not decide on this machine (see UNDECIDED above)" % undecided,
+              flush=True)
+        return SKIP
+    return 0
+
+
+def worst(*statuses):
+    """The exit status of several parts: a failure wins over a skip, a skip over a pass."""
+    if any(s not in (0, SKIP) for s in statuses):
+        return 1
+    return SKIP if SKIP in statuses else 0
 
 
 # --- reading screenshots of the playfield -----------------------------------
