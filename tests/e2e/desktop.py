@@ -187,7 +187,9 @@ class Desktop:
 
     def panel_geometry(self):
         """(x, y, width, height) of the panel on the root window, or None while it is not shown."""
-        wid = self.panel_window()
+        # The window found last time, while the same program runs: a search costs as much as the look.
+        cached = getattr(self, "_panel", None)
+        wid = cached[1] if cached and cached[0] is self.app else self.panel_window()
         if wid is None:
             return None
         # The window manager may destroy the panel's frame while we ask: ask again.
@@ -196,6 +198,10 @@ class Desktop:
             if result.returncode == 0:
                 break
             time.sleep(0.02)
+        if result.returncode != 0 and cached:
+            self._panel = None  # gone for good: look for it again
+            return self.panel_geometry()
+        self._panel = (self.app, wid)
         info = result.stdout
         if "IsViewable" not in info:
             return None
@@ -394,20 +400,24 @@ class Desktop:
 
     # --- screenshots -------------------------------------------------------
 
-    def screenshot(self, x, y, width, height):
-        """Pixels of a screen rectangle as rows of (r, g, b)."""
+    def screenshot_raw(self, x, y, width, height):
+        """(width, height, bytes) of a screen rectangle, three bytes a pixel: cheap to compare."""
         data = subprocess.run(["import", "-silent", "-window", "root", "-crop",
                                "%dx%d+%d+%d" % (width, height, x, y), "+repage", "-depth", "8", "ppm:-"],
                               env=self.env, capture_output=True, timeout=30).stdout
         header = []
         pos = 0
         while len(header) < 4:
-            end = data.index(b"\n", pos) if len(header) < 3 else data.index(b"\n", pos)
+            end = data.index(b"\n", pos)
             for token in data[pos:end].split():
                 header.append(token)
             pos = end + 1
         w, h = int(header[1]), int(header[2])
-        pixels = data[pos:pos + w * h * 3]
+        return w, h, data[pos:pos + w * h * 3]
+
+    def screenshot(self, x, y, width, height):
+        """Pixels of a screen rectangle as rows of (r, g, b)."""
+        w, h, pixels = self.screenshot_raw(x, y, width, height)
         return [[tuple(pixels[(r * w + c) * 3:(r * w + c) * 3 + 3]) for c in range(w)] for r in range(h)]
 
     # --- cleanup -----------------------------------------------------------

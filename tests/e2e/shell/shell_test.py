@@ -71,28 +71,24 @@ def open_menu(d):
     d.wait_for(lambda: popup_menus(d), 3, "a right click on the tray icon opened no menu")
 
 
-def menu_pixels(d):
-    menus = popup_menus(d)
-    return d.screenshot(*menus[0][1]) if menus else None
-
-
 def choose(d, title):
     """Opens the options menu from the tray and picks a command with the keyboard."""
     open_menu(d)
+    (_, menu), = popup_menus(d)
     # The menu takes the keyboard a moment after it appears; a Down sent before that is lost.
     # The first Down highlights the first command: once the menu shows that, it has the keyboard.
     looks = [None]
 
     def drawn():  # two looks alike: painted, and not still being painted
-        looks.append(menu_pixels(d))
-        return looks[-1] is not None and looks[-1] == looks[-2]
+        looks.append(d.screenshot_raw(*menu))
+        return looks[-1] == looks[-2]
 
     d.wait_for(drawn, 3, "the menu was not drawn")
     before = looks[-1]
     for attempt in range(3):
         d.key("Down")
         try:
-            d.wait_for(lambda: menu_pixels(d) not in (None, before), 0.5, "")
+            d.wait_for(lambda: d.screenshot_raw(*menu) != before, 0.5, "")
             break
         except AssertionError:
             print("  note: the menu did not take Down %d; again" % (attempt + 1), flush=True)
