@@ -41,16 +41,26 @@ class Desktop:
         with open(self.settings, "w") as f:
             # Onboarding done unless a test is about the first launch.
             f.write("[General]\n" + ("hasCompletedOnboarding=true\n" if onboarded else "") + extra_settings)
-        # Two servers started at once may race for a display number: the loser exits; try again.
+        # Two servers started at once may race for a display number: the loser exits, sometimes only
+        # after it has reported the number (then openbox meets the winner's desktop); try again.
         for attempt in range(3):
             try:
-                self.display = self._start_xvfb(width, height)
+                self._start_session(width, height, session_bus)
                 break
-            except RuntimeError:
-                if attempt == 2:
+            except (RuntimeError, AssertionError) as error:
+                lost = isinstance(error, RuntimeError) or any(
+                    p.args[0] == "Xvfb" and p.poll() is not None for p in self.procs)
+                self._stop_procs()
+                if attempt == 2 or not lost:
                     self.close()
                     raise
-                time.sleep(0.2)
+                print("note: %s (attempt %d); again" % (error, attempt + 1), flush=True)
+                time.sleep(0.2)  # a moment before the next race, not a wait for anything
+        self.app = None
+
+    def _start_session(self, width, height, session_bus):
+        """Xvfb, the environment for it, a session bus if asked for, and openbox."""
+        self.display = self._start_xvfb(width, height)
         self.env = dict(os.environ, DISPLAY=self.display, HOME=self.tmp, XDG_CONFIG_HOME=self.tmp,
                         XDG_RUNTIME_DIR=self.tmp, QT_QPA_PLATFORM="xcb",
                         # No tray host here unless a test starts one: no notice about it either.
@@ -69,7 +79,6 @@ class Desktop:
             self.procs.append(bus)
             address = bus.stdout.readline().strip()
             if not address:
-                self.close()
                 raise AssertionError("dbus-daemon did not start")
             self.env["DBUS_SESSION_BUS_ADDRESS"] = address
         wm_log = os.path.join(self.tmp, "openbox.log")
@@ -79,12 +88,12 @@ class Desktop:
             self.wait_for(lambda: self._wm_ready() or wm.poll() is not None, 30, "openbox did not start")
             if wm.poll() is not None:
                 raise AssertionError("openbox exited with %s" % wm.returncode)
+            if self.procs[0].poll() is not None:
+                raise AssertionError("Xvfb exited: the display belongs to another server")
         except AssertionError as error:
             with open(wm_log) as log:
                 message = "%s on %s: %s" % (error, self.display, log.read().strip()[-500:])
-            self.close()
             raise AssertionError(message)
-        self.app = None
 
     def _start_xvfb(self, width, height):
         read_fd, write_fd = os.pipe()
@@ -432,7 +441,7 @@ class Desktop:
                 raise AssertionError("vantrel did not quit on SIGTERM")
         return self.app.returncode if self.app else None
 
-    def close(self):
+    def _stop_procs(self):
         for proc in reversed(self.procs):
             if proc.poll() is None:
                 try:
@@ -440,6 +449,10 @@ class Desktop:
                     proc.wait(5)
                 except Exception:
                     proc.kill()
+        self.procs = []
+
+    def close(self):
+        self._stop_procs()
         shutil.rmtree(self.tmp, ignore_errors=True)
 
     def __enter__(self):
