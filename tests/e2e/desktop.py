@@ -20,6 +20,11 @@ def skip(message):
     sys.exit(SKIP)
 
 
+class Undecided(Exception):
+    """A check that could not observe what it needs to decide (say, the machine was
+    too slow for a timing claim on every attempt): neither a pass nor a failure."""
+
+
 def require_tools():
     missing = [t for t in TOOLS if shutil.which(t) is None]
     if missing:
@@ -36,16 +41,26 @@ class Desktop:
         with open(self.settings, "w") as f:
             # Onboarding done unless a test is about the first launch.
             f.write("[General]\n" + ("hasCompletedOnboarding=true\n" if onboarded else "") + extra_settings)
-        # Two servers started at once may race for a display number: the loser exits; try again.
+        # Two servers started at once may race for a display number: the loser exits, sometimes only
+        # after it has reported the number (then openbox meets the winner's desktop); try again.
         for attempt in range(3):
             try:
-                self.display = self._start_xvfb(width, height)
+                self._start_session(width, height, session_bus)
                 break
-            except RuntimeError:
-                if attempt == 2:
+            except (RuntimeError, AssertionError) as error:
+                lost = isinstance(error, RuntimeError) or any(
+                    p.args[0] == "Xvfb" and p.poll() is not None for p in self.procs)
+                self._stop_procs()
+                if attempt == 2 or not lost:
                     self.close()
                     raise
-                time.sleep(0.2)
+                print("note: %s (attempt %d); again" % (error, attempt + 1), flush=True)
+                time.sleep(0.2)  # a moment before the next race, not a wait for anything
+        self.app = None
+
+    def _start_session(self, width, height, session_bus):
+        """Xvfb, the environment for it, a session bus if asked for, and openbox."""
+        self.display = self._start_xvfb(width, height)
         self.env = dict(os.environ, DISPLAY=self.display, HOME=self.tmp, XDG_CONFIG_HOME=self.tmp,
                         XDG_RUNTIME_DIR=self.tmp, QT_QPA_PLATFORM="xcb",
                         # No tray host here unless a test starts one: no notice about it either.
@@ -64,7 +79,6 @@ class Desktop:
             self.procs.append(bus)
             address = bus.stdout.readline().strip()
             if not address:
-                self.close()
                 raise AssertionError("dbus-daemon did not start")
             self.env["DBUS_SESSION_BUS_ADDRESS"] = address
         wm_log = os.path.join(self.tmp, "openbox.log")
@@ -74,12 +88,12 @@ class Desktop:
             self.wait_for(lambda: self._wm_ready() or wm.poll() is not None, 30, "openbox did not start")
             if wm.poll() is not None:
                 raise AssertionError("openbox exited with %s" % wm.returncode)
+            if self.procs[0].poll() is not None:
+                raise AssertionError("Xvfb exited: the display belongs to another server")
         except AssertionError as error:
             with open(wm_log) as log:
                 message = "%s on %s: %s" % (error, self.display, log.read().strip()[-500:])
-            self.close()
             raise AssertionError(message)
-        self.app = None
 
     def _start_xvfb(self, width, height):
         read_fd, write_fd = os.pipe()
@@ -124,12 +138,28 @@ class Desktop:
 
     @staticmethod
     def wait_for(condition, timeout, message):
+        """Polls `condition` until it holds, for at most `timeout` seconds; returns its value."""
         deadline = time.time() + timeout
-        while time.time() < deadline:
-            if condition():
+        while True:
+            value = condition()
+            if value:
+                return value
+            if time.time() >= deadline:
+                raise AssertionError(message() if callable(message) else message)
+            time.sleep(0.05)
+
+    @staticmethod
+    def hold(condition, seconds, message):
+        """Asserts that `condition` holds on every look for `seconds`: the opposite of
+        wait_for, for things that must not happen. The time is part of the check."""
+        deadline = time.time() + seconds
+        while True:
+            value = condition()
+            if not value:
+                raise AssertionError(message(value) if callable(message) else message)
+            if time.time() >= deadline:
                 return
             time.sleep(0.05)
-        raise AssertionError(message)
 
     # --- the program -------------------------------------------------------
 
@@ -139,8 +169,9 @@ class Desktop:
                                stderr=self.log)
         self.wait_for(lambda: self.panel_window() is not None, 20, "the panel window never appeared")
         # The shortcut is registered last, right before the event loop starts: then it is ready.
+        # Input sent from now on is queued by the X server until the event loop reads it, and every
+        # check waits for what it expects with a deadline: no pause is needed here.
         self.wait_for(lambda: "vantrel: ready" in self.stderr_text(), 20, "vantrel did not finish starting")
-        time.sleep(0.2)
         return self.app
 
     def log_tail(self, lines=12):
@@ -165,7 +196,9 @@ class Desktop:
 
     def panel_geometry(self):
         """(x, y, width, height) of the panel on the root window, or None while it is not shown."""
-        wid = self.panel_window()
+        # The window found last time, while the same program runs: a search costs as much as the look.
+        cached = getattr(self, "_panel", None)
+        wid = cached[1] if cached and cached[0] is self.app else self.panel_window()
         if wid is None:
             return None
         # The window manager may destroy the panel's frame while we ask: ask again.
@@ -174,6 +207,10 @@ class Desktop:
             if result.returncode == 0:
                 break
             time.sleep(0.02)
+        if result.returncode != 0 and cached:
+            self._panel = None  # gone for good: look for it again
+            return self.panel_geometry()
+        self._panel = (self.app, wid)
         info = result.stdout
         if "IsViewable" not in info:
             return None
@@ -187,6 +224,7 @@ class Desktop:
                 values["Height"])
 
     def wait_geometry(self, predicate, timeout, message):
+        """Polls the panel's geometry until `predicate` holds; returns that geometry."""
         last = [None]
 
         def check():
@@ -198,6 +236,32 @@ class Desktop:
         except AssertionError:
             raise AssertionError("%s (last geometry %s)%s" % (message, last[0], self.log_tail()))
         return last[0]
+
+    def hold_geometry(self, predicate, seconds, message):
+        """Asserts that the panel's geometry satisfies `predicate` on every look for `seconds`."""
+        last = [None]
+
+        def check():
+            last[0] = self.panel_geometry()
+            return predicate(last[0])
+
+        self.hold(check, seconds, lambda _: "%s (geometry %s)%s" % (message, last[0], self.log_tail()))
+
+    def current_desktop(self):
+        out = self.run("xprop", "-root", "_NET_CURRENT_DESKTOP", check=False)
+        return int(out.split("=")[1]) if "=" in out else None
+
+    def switch_desktop(self, number, timeout=3.0):
+        """Switches workspace and waits until the window manager reports it."""
+        self.run("xdotool", "set_desktop", str(number))
+        self.wait_for(lambda: self.current_desktop() == number, timeout,
+                      "the window manager did not switch to workspace %d" % number)
+
+    def activate(self, wid, timeout=3.0):
+        """Gives `wid` the keyboard focus and waits until it has it."""
+        if self.active_window() != wid:
+            self.run("xdotool", "windowactivate", "--sync", wid, check=False)
+        self.wait_for(lambda: self.active_window() == wid, timeout, "window %s did not get the focus" % wid)
 
     # --- the tray ----------------------------------------------------------
 
@@ -289,19 +353,32 @@ class Desktop:
         return int(values["X"]), int(values["Y"])
 
     def move_to(self, x, y):
-        """Moves the pointer with relative motion, which (unlike a warp) makes raw input events."""
+        """Moves the pointer with relative motion, which (unlike a warp) makes raw input events.
+        When it returns, the X server has the pointer at (x, y)."""
+        px, py = self.pointer()
         for _ in range(3):
-            px, py = self.pointer()
             if (px, py) == (x, y):
                 return
-            self.run("xdotool", "mousemove_relative", "--", str(x - px), str(y - py))
-        px, py = self.pointer()
+            # One xdotool for the move and the look after it: the look is a round trip, so the
+            # server has made the move by the time the answer comes.
+            out = self.run("xdotool", "mousemove_relative", "--", str(x - px), str(y - py),
+                           "getmouselocation", "--shell")
+            values = dict(line.split("=") for line in out.split())
+            px, py = int(values["X"]), int(values["Y"])
         if (px, py) != (x, y):
             raise AssertionError("pointer at %s, wanted %s" % ((px, py), (x, y)))
+
+    def timed_move(self, x, y):
+        """move_to, timed: (started, arrived), wall-clock seconds. The pointer crossed from where it
+        was to (x, y) somewhere in between, so a claim about when it arrived has that much slack."""
+        started = time.time()
+        self.move_to(x, y)
+        return started, time.time()
 
     def glide(self, points, pause=0.02):
         for x, y in points:
             self.move_to(x, y)
+            # The pause is the pointer's pace, not a wait for the program: a hand moves at this speed.
             time.sleep(pause)
 
     def key(self, *keys, window=None):
@@ -332,20 +409,24 @@ class Desktop:
 
     # --- screenshots -------------------------------------------------------
 
-    def screenshot(self, x, y, width, height):
-        """Pixels of a screen rectangle as rows of (r, g, b)."""
+    def screenshot_raw(self, x, y, width, height):
+        """(width, height, bytes) of a screen rectangle, three bytes a pixel: cheap to compare."""
         data = subprocess.run(["import", "-silent", "-window", "root", "-crop",
                                "%dx%d+%d+%d" % (width, height, x, y), "+repage", "-depth", "8", "ppm:-"],
                               env=self.env, capture_output=True, timeout=30).stdout
         header = []
         pos = 0
         while len(header) < 4:
-            end = data.index(b"\n", pos) if len(header) < 3 else data.index(b"\n", pos)
+            end = data.index(b"\n", pos)
             for token in data[pos:end].split():
                 header.append(token)
             pos = end + 1
         w, h = int(header[1]), int(header[2])
-        pixels = data[pos:pos + w * h * 3]
+        return w, h, data[pos:pos + w * h * 3]
+
+    def screenshot(self, x, y, width, height):
+        """Pixels of a screen rectangle as rows of (r, g, b)."""
+        w, h, pixels = self.screenshot_raw(x, y, width, height)
         return [[tuple(pixels[(r * w + c) * 3:(r * w + c) * 3 + 3]) for c in range(w)] for r in range(h)]
 
     # --- cleanup -----------------------------------------------------------
@@ -360,7 +441,7 @@ class Desktop:
                 raise AssertionError("vantrel did not quit on SIGTERM")
         return self.app.returncode if self.app else None
 
-    def close(self):
+    def _stop_procs(self):
         for proc in reversed(self.procs):
             if proc.poll() is None:
                 try:
@@ -368,6 +449,10 @@ class Desktop:
                     proc.wait(5)
                 except Exception:
                     proc.kill()
+        self.procs = []
+
+    def close(self):
+        self._stop_procs()
         shutil.rmtree(self.tmp, ignore_errors=True)
 
     def __enter__(self):
@@ -378,17 +463,34 @@ class Desktop:
 
 
 def run_checks(checks):
-    """Runs named check functions in order; prints each outcome; returns the exit status."""
-    failed = 0
+    """Runs named check functions in order; prints each outcome; returns the exit status:
+    1 when a check failed, SKIP when none failed but one could not decide, else 0."""
+    failed = undecided = 0
     for name, check in checks:
         started = time.time()
         try:
             check()
             print("PASS %s (%.1f s)" % (name, time.time() - started), flush=True)
+        except Undecided as reason:
+            undecided += 1
+            print("UNDECIDED %s: %s" % (name, reason), flush=True)
         except Exception as error:  # a failed assertion or a broken tool: both fail the test
             failed += 1
             print("FAIL %s: %s" % (name, error), flush=True)
-    return 1 if failed else 0
+    if failed:
+        return 1
+    if undecided:
+        print("SKIPPED: %d check(s) could not decide on this machine (see UNDECIDED above)" % undecided,
+              flush=True)
+        return SKIP
+    return 0
+
+
+def worst(*statuses):
+    """The exit status of several parts: a failure wins over a skip, a skip over a pass."""
+    if any(s not in (0, SKIP) for s in statuses):
+        return 1
+    return SKIP if SKIP in statuses else 0
 
 
 # --- reading screenshots of the playfield -----------------------------------

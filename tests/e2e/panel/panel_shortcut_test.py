@@ -3,23 +3,31 @@ program, a full-screen window, and screens added and removed."""
 
 import os
 import sys
-import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
-from desktop import Desktop, run_checks  # noqa: E402
+from desktop import Desktop, run_checks, worst  # noqa: E402
 
 WIDTH, HEIGHT = 2560, 800
+EXPANDED_HEIGHT = 192
 
 
 def main(program):
     status = 0
     with Desktop(program, WIDTH, HEIGHT) as d:
         d.start_vantrel()
-        expanded = lambda cx: (cx - 240, 0, 480, 192)
+        expanded = lambda cx: (cx - 240, 0, 480, EXPANDED_HEIGHT)
+
+        def shut():
+            """The known state each check starts from: the playfield shut, the pointer below it."""
+            d.move_to(WIDTH // 2, 400)
+            g = d.panel_geometry()
+            if g is not None and g[3] == EXPANDED_HEIGHT:
+                d.key("alt+super+space")
+            d.wait_geometry(lambda g: g is None, 2.0, "the playfield did not close")
 
         def shortcut_toggles_from_another_window():
-            d.move_to(WIDTH // 2, 400)
-            assert d.active_window() == work
+            shut()
+            d.activate(work)
             d.key("alt+super+space")
             d.wait_geometry(lambda g: g == expanded(WIDTH // 2), 2.0, "the shortcut did not open the playfield")
             d.wait_for(lambda: d.active_window() == d.panel_window(), 3, "the playfield has no focus")
@@ -30,7 +38,7 @@ def main(program):
         def reopened_at_once_stays_open():
             # Qt reports the focus lost by a close late; the playfield reopened
             # in between must not take that for the user turning away.
-            d.move_to(WIDTH // 2, 400)
+            shut()
             for attempt in range(3):
                 d.key("alt+super+space")
                 d.wait_geometry(lambda g: g == expanded(WIDTH // 2), 2.0,
@@ -42,12 +50,9 @@ def main(program):
                 d.key("alt+super+space")
                 d.wait_geometry(lambda g: g == expanded(WIDTH // 2), 2.0,
                                 "attempt %d: reopened at once, the playfield did not open" % attempt)
-                deadline = time.time() + 0.8
-                while time.time() < deadline:
-                    g = d.panel_geometry()
-                    assert g == expanded(WIDTH // 2), "attempt %d: reopened at once, it closed again (%s)%s" % (
-                        attempt, g, d.log_tail())
-                    time.sleep(0.05)
+                # Staying open for 0.8 s is the check: the late focus notice comes within that.
+                d.hold_geometry(lambda g: g == expanded(WIDTH // 2), 0.8,
+                                "attempt %d: reopened at once, it closed again" % attempt)
                 d.wait_for(lambda: d.active_window() == d.panel_window(), 3,
                            "attempt %d: reopened, the playfield has no focus" % attempt)
                 d.key("Escape")
@@ -74,15 +79,15 @@ def main(program):
             assert "already taken by another program" in text, text
 
         def full_screen_window_blocks_hover_only():
+            shut()
             d.run("wmctrl", "-i", "-r", work, "-b", "add,fullscreen")
-            time.sleep(0.5)
-            d.run("xdotool", "windowactivate", "--sync", work, check=False)
+            d.wait_for(lambda: d.window_geometry(work) == (0, 0, WIDTH, HEIGHT), 3,
+                       lambda: "the xterm did not go full screen (%s)" % (d.window_geometry(work),))
+            d.activate(work)
             d.move_to(WIDTH // 2, 300)
             d.glide([(WIDTH // 2, 40), (WIDTH // 2, 2)])
-            deadline = time.time() + 0.9
-            while time.time() < deadline:
-                assert d.panel_geometry() is None, "hovering revealed the tab over a full-screen window"
-                time.sleep(0.05)
+            # Resting 0.9 s in the strip (well past the reveal delay) is the check.
+            d.hold_geometry(lambda g: g is None, 0.9, "hovering revealed the tab over a full-screen window")
             d.move_to(WIDTH // 2, 300)
             d.key("alt+super+space")
             d.wait_geometry(lambda g: g == expanded(WIDTH // 2), 2.0,
@@ -90,16 +95,35 @@ def main(program):
             d.key("Escape")
             d.wait_geometry(lambda g: g is None, 2.0, "Escape did not close the playfield")
             d.run("wmctrl", "-i", "-r", work, "-b", "remove,fullscreen")
-            time.sleep(0.3)
+            d.wait_for(lambda: d.window_geometry(work) != (0, 0, WIDTH, HEIGHT), 3,
+                       "the xterm stayed full screen")
 
         def screens_added_and_removed():
+            shut()
             d.run("xrandr", "--setmonitor", "A", "1280/338x800/211+0+0", "screen")
             d.run("xrandr", "--setmonitor", "B", "1280/338x800/211+1280+0", "none")
-            time.sleep(1.0)
-            # The playfield opens on the screen under the pointer.
+            # The playfield opens on the screen under the pointer. The program hears of the new
+            # screens a moment later; until then it opens at the centre of the one wide screen, so
+            # it is closed and opened again until it opens where it should, or the deadline passes.
             d.move_to(1920, 400)
-            d.key("alt+super+space")
-            d.wait_geometry(lambda g: g == expanded(1920), 2.0, "the playfield did not open on the right screen")
+            opened = []
+
+            def opens_on_the_right_screen():
+                d.key("alt+super+space")
+                g = d.wait_geometry(lambda g: g is not None and g[3] == EXPANDED_HEIGHT, 2.0,
+                                    "the shortcut did not open the playfield")
+                opened.append(g)
+                if g == expanded(1920):
+                    return True
+                d.key("alt+super+space")
+                d.wait_geometry(lambda g: g is None, 2.0, "the shortcut did not close the playfield")
+                return False
+
+            d.wait_for(opens_on_the_right_screen, 5.0,
+                       lambda: "the playfield did not open on the right screen (opened at %s)" % opened)
+            if len(opened) > 1:
+                print("  opened on the right screen on attempt %d (before: %s)" % (len(opened), opened[:-1]),
+                      flush=True)
             # Its screen goes away: the playfield closes and the panel moves, without animation, to the
             # remaining screen's top centre, where it stays at its collapsed frame.
             d.run("xrandr", "--delmonitor", "B")
@@ -116,13 +140,13 @@ def main(program):
             ("the playfield reopened right after closing stays open", reopened_at_once_stays_open),
         ])
         work = d.start_xterm("work", "80x24+100+200")
-        status |= run_checks([
+        status = worst(status, run_checks([
             ("Alt+Super+Space opens and closes the playfield from another window",
              shortcut_toggles_from_another_window),
             ("a shortcut held by another program is reported", shortcut_held_elsewhere_is_reported),
             ("a full-screen window stops hovering but not the shortcut", full_screen_window_blocks_hover_only),
             ("screens added and removed move the panel", screens_added_and_removed),
-        ])
+        ]))
         rc = d.stop_vantrel()
         if rc != 0:
             print("FAIL vantrel exited with %s on SIGTERM" % rc)
