@@ -20,7 +20,7 @@ public:
         : m_clock(clock), m_deadline(deadline), m_fire(std::move(fire)) {
         m_timer.setSingleShot(true);
         m_timer.setTimerType(Qt::PreciseTimer);
-        QObject::connect(&m_timer, &QTimer::timeout, [this] { wake(); });
+        QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { wake(); });
         arm();
     }
 
