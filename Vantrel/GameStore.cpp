@@ -1,7 +1,6 @@
 #include "Vantrel/GameStore.h"
 
 #include "Vantrel/Clock.h"
-#include "Vantrel/SettingsValue.h"
 #include "Vantrel/audio/ArcadeAudio.h"
 
 #include <QRandomGenerator>
@@ -25,45 +24,28 @@ uint64_t systemSeed() {
 } // namespace
 
 GameStore::GameStore(std::unique_ptr<QSettings> settings, const Clock& clock, uint64_t seed, QObject* parent)
-    : QObject(parent), m_settings(std::move(settings)), m_clock(clock),
-      m_runner(seed != 0 ? seed : systemSeed()), m_audio(new ArcadeAudio(this)) {
-    keepUnreadableSettingsFile(*m_settings);
-    m_best = settingsInteger(m_settings->value(bestScoreKey)).value_or(0);
-    m_soundEnabled = settingsBool(m_settings->value(soundEnabledKey)).value_or(false);
-    m_roomy = settingsBool(m_settings->value(roomyKey)).value_or(false);
-    m_hoverToPeek = settingsBool(m_settings->value(hoverToPeekKey))
-                        .value_or(settingsBool(m_settings->value(showTabKey)).value_or(true));
-
+    : QObject(parent), m_preferences(std::move(settings)), m_clock(clock),
+      m_runner(seed != 0 ? seed : systemSeed()), m_best(m_preferences.best()),
+      m_audio(new ArcadeAudio(this)) {
     m_timer.setTimerType(Qt::PreciseTimer);
     // 16 ms rather than 16.67: each tick measures its own delta, and the
     // runner's fixed sub-steps absorb the difference.
     m_timer.setInterval(std::chrono::milliseconds(16));
     connect(&m_timer, &QTimer::timeout, this, &GameStore::tick);
-
-    m_autopilotRestart.setSingleShot(true);
-    m_autopilotRestart.setInterval(autopilotRestartMilliseconds);
-    connect(&m_autopilotRestart, &QTimer::timeout, this, [this] {
-        if (m_autopilot && m_runner.phase() == RunPhase::over) {
-            m_autopilot->reset();
-            m_steering = true;
-            act();
-            m_steering = false;
-        }
-    });
 }
 
 GameStore::~GameStore() = default;
 
 double GameStore::panelWidth() const {
     if (m_expanded) {
-        return m_roomy ? 600 : 480;
+        return roomy() ? 600 : 480;
     }
     return m_notchWidth + 14;
 }
 
 double GameStore::panelHeight() const {
     if (m_expanded) {
-        return std::max(m_notchHeight, 28.0) + (m_roomy ? 194 : 164);
+        return std::max(m_notchHeight, 28.0) + (roomy() ? 194 : 164);
     }
     return m_notchHeight + (m_peeking ? 16 : 0);
 }
@@ -146,43 +128,32 @@ void GameStore::setDuckHintRemaining(double seconds) {
 
 // --- persisted preferences ---------------------------------------------------
 
-void GameStore::writeSetting(const char* key, const QVariant& value) {
-    m_settings->setValue(QLatin1String(key), value);
-    // Written through at once: the program may be killed right after.
-    m_settings->sync();
-}
-
 void GameStore::setSoundEnabled(bool enabled) {
-    writeSetting(soundEnabledKey, enabled);
+    const bool changed = m_preferences.setSoundEnabled(enabled);
     if (!enabled) {
         m_audio->stopAll();
     }
-    if (m_soundEnabled != enabled) {
-        m_soundEnabled = enabled;
+    if (changed) {
         emit soundEnabledChanged();
     }
 }
 
 void GameStore::setRoomy(bool roomy) {
-    writeSetting(roomyKey, roomy);
-    if (m_roomy != roomy) {
-        m_roomy = roomy;
+    if (m_preferences.setRoomy(roomy)) {
         emit roomyChanged();
         emit panelSizeChanged();
     }
 }
 
 void GameStore::setHoverToPeek(bool hover) {
-    writeSetting(hoverToPeekKey, hover);
-    if (m_hoverToPeek != hover) {
-        m_hoverToPeek = hover;
+    if (m_preferences.setHoverToPeek(hover)) {
         emit hoverToPeekChanged();
     }
 }
 
 void GameStore::persistBest() {
     setBest(std::max<qint64>(m_runner.score(), m_best));
-    writeSetting(bestScoreKey, QVariant::fromValue<qint64>(m_best));
+    m_preferences.saveBest(m_best);
 }
 
 // --- the run -----------------------------------------------------------------
@@ -200,8 +171,8 @@ void GameStore::setWorldWidth(double width) {
 }
 
 void GameStore::playerTookOver() {
-    if (!m_steering && m_autopilot) {
-        setAutopilot(false);
+    if (m_autopilot.playerInput()) {
+        emit autopilotChanged();
     }
 }
 
@@ -210,28 +181,13 @@ void GameStore::setAutopilot(bool on) {
         return;
     }
     if (!on) {
-        m_autopilot.reset();
-        m_autopilotRestart.stop();
+        m_autopilot.turnOff();
         emit autopilotChanged();
         return;
     }
-    m_autopilot = std::make_unique<Autopilot>();
+    m_autopilot.turnOn();
     emit autopilotChanged();
-    // Start or resume a run for it to play.
-    if (m_runner.phase() != RunPhase::running) {
-        m_steering = true;
-        act();
-        m_steering = false;
-    }
-}
-
-void GameStore::steerByAutopilot() {
-    if (!m_autopilot || m_runner.phase() != RunPhase::running) {
-        return;
-    }
-    m_steering = true;
-    m_autopilot->applyTo(*this, m_autopilot->decide(m_runner));
-    m_steering = false;
+    m_autopilot.takeTheRun();
 }
 
 void GameStore::act() {
@@ -248,7 +204,7 @@ void GameStore::act() {
     }
     const Runner before = m_runner;
     m_runner.act();
-    if (m_runner.jumps() != before.jumps() && m_soundEnabled) {
+    if (m_runner.jumps() != before.jumps() && soundEnabled()) {
         play(ArcadeCue::jump);
     }
     if (!(m_runner == before)) {
@@ -296,7 +252,7 @@ void GameStore::setDucking(bool down) {
     playerTookOver();
     const Runner before = m_runner;
     m_runner.setDucking(down);
-    if (down && !before.downHeld() && m_runner.downHeld() && m_soundEnabled) {
+    if (down && !before.downHeld() && m_runner.downHeld() && soundEnabled()) {
         play(ArcadeCue::duck);
     }
     if (!(m_runner == before)) {
@@ -316,14 +272,10 @@ void GameStore::startClock() {
     }
     m_lastTime = m_clock.now();
     m_timer.start();
-    emit clockRunningChanged(true);
 }
 
 void GameStore::stopClock() {
-    if (m_timer.isActive()) {
-        m_timer.stop();
-        emit clockRunningChanged(false);
-    }
+    m_timer.stop();
 }
 
 void GameStore::runFrame() {
@@ -337,13 +289,13 @@ void GameStore::tick() {
     const double delta = now - m_lastTime;
     m_lastTime = now;
 
-    steerByAutopilot();
+    m_autopilot.steer();
     const int64_t jumpsBefore = m_runner.jumps();
     const int64_t flyersBefore = m_runner.flyersSpawned();
     m_runner.advance(delta);
     notifyRunnerChanged();
 
-    if (m_runner.jumps() > jumpsBefore && m_soundEnabled) {
+    if (m_runner.jumps() > jumpsBefore && soundEnabled()) {
         play(ArcadeCue::jump); // a buffered jump taken on landing
     }
     double duckHint = m_duckHintRemaining;
@@ -361,7 +313,7 @@ void GameStore::tick() {
         if (record) {
             setIsNewBest(true);
         }
-        if (m_soundEnabled) {
+        if (soundEnabled()) {
             play(record ? ArcadeCue::record : ArcadeCue::milestone);
         }
     }
@@ -376,12 +328,10 @@ void GameStore::tick() {
     persistBest();
     if (m_runner.phase() == RunPhase::over) {
         setIsNewBest(score > m_bestAtStart && score >= 1);
-        if (m_soundEnabled) {
+        if (soundEnabled()) {
             play(ArcadeCue::crash);
         }
-        if (m_autopilot) {
-            m_autopilotRestart.start();
-        }
+        m_autopilot.runCrashed();
     }
 }
 

@@ -1,7 +1,9 @@
 #pragma once
 
+#include "Vantrel/AutopilotDriver.h"
+#include "Vantrel/Preferences.h"
+
 #include "VantrelCore/ArcadeCue.h"
-#include "VantrelCore/Autopilot.h"
 #include "VantrelCore/Runner.h"
 #include "VantrelCore/ScoreCelebrations.h"
 
@@ -19,10 +21,11 @@ class ArcadeAudio;
 class Clock;
 
 // The single source of truth for the game: owns the run, drives it from a
-// 60 Hz clock that runs only while a run is running, turns input into runner
-// operations, raises sound cues and awards, times the banner and the duck
-// hint, and keeps the best score and preferences in QSettings (written
-// through at once, so a crash right after a run loses nothing).
+// 60 Hz frame timer that runs only while a run is running, turns input into
+// runner operations, raises sound cues and awards, and times the banner and
+// the duck hint. Two parts it owns and speaks for: Preferences (the best score
+// and the player's choices in QSettings) and the AutopilotDriver (watch mode).
+// Everything else in the program talks to the store, never to those parts.
 class GameStore : public QObject {
     Q_OBJECT
     Q_PROPERTY(qint64 best READ best WRITE setBest NOTIFY bestChanged)
@@ -43,20 +46,22 @@ class GameStore : public QObject {
     Q_PROPERTY(double panelHeight READ panelHeight NOTIFY panelSizeChanged)
 
 public:
-    // Settings keys.
-    static constexpr const char* bestScoreKey = "bestScore";
-    static constexpr const char* soundEnabledKey = "soundEnabled";
-    static constexpr const char* roomyKey = "roomy";
-    static constexpr const char* hoverToPeekKey = "hoverToPeek";
-    static constexpr const char* showTabKey = "showTab"; // older name of hoverToPeek, read only
+    // Settings keys (kept by Preferences).
+    static constexpr const char* bestScoreKey = Preferences::bestScoreKey;
+    static constexpr const char* soundEnabledKey = Preferences::soundEnabledKey;
+    static constexpr const char* roomyKey = Preferences::roomyKey;
+    static constexpr const char* hoverToPeekKey = Preferences::hoverToPeekKey;
+    static constexpr const char* showTabKey = Preferences::showTabKey;
 
     static constexpr double framesPerSecond = 60;
+    // How long each banner and the duck hint stay on show (seconds of play).
     static constexpr double milestoneBannerSeconds = 1.1;
     static constexpr double recordBannerSeconds = 1.7;
     static constexpr double duckHintSeconds = 2.3;
 
-    // The store owns `settings`; `clock` must outlive it. A seed of 0 draws
-    // one from the system's random source.
+    // The store owns `settings`; `clock` must outlive it and times both the
+    // frames and the autopilot's restart. A seed of 0 draws one from the
+    // system's random source.
     GameStore(std::unique_ptr<QSettings> settings, const Clock& clock, uint64_t seed = 0,
               QObject* parent = nullptr);
     ~GameStore() override;
@@ -71,9 +76,9 @@ public:
     bool peeking() const { return m_peeking; }
     double notchHeight() const { return m_notchHeight; }
     double notchWidth() const { return m_notchWidth; }
-    bool soundEnabled() const { return m_soundEnabled; }
-    bool roomy() const { return m_roomy; }
-    bool hoverToPeek() const { return m_hoverToPeek; }
+    bool soundEnabled() const { return m_preferences.soundEnabled(); }
+    bool roomy() const { return m_preferences.roomy(); }
+    bool hoverToPeek() const { return m_preferences.hoverToPeek(); }
     bool shortcutAvailable() const { return m_shortcutAvailable; }
     double panelWidth() const;
     double panelHeight() const;
@@ -102,11 +107,17 @@ public:
     // Watch mode: the autopilot plays, starting or resuming a run if needed,
     // and a new run follows a crash after a short look at it. Any player
     // input (act, ducking, pause, a fresh run) takes over and turns it off.
-    bool autopilot() const { return m_autopilot != nullptr; }
+    bool autopilot() const { return m_autopilot.on(); }
     void setAutopilot(bool on);
-    static constexpr int autopilotRestartMilliseconds = 1500;
+    // The look at a crash before the next run, timed on the injected clock.
+    static constexpr int autopilotRestartMilliseconds =
+        static_cast<int>(AutopilotDriver::restartSeconds * 1000);
+    // When that next run is due (seconds on the clock), while one is pending.
+    std::optional<double> autopilotRestartDeadline() const { return m_autopilot.restartDeadline(); }
 
-    // The frame clock. Tests step it by hand with runFrame() instead of waiting.
+    // The frame timer: every 16 ms while a run is running, nothing otherwise.
+    // Each frame advances the run by the clock's time since the last one.
+    // Tests step it by hand with runFrame() instead of waiting.
     bool clockRunning() const { return m_timer.isActive(); }
     void runFrame();
 
@@ -133,7 +144,6 @@ signals:
     void panelSizeChanged();
     // Every cue handed to the audio player, in order; only while sound is on.
     void cuePlayed(vantrel::ArcadeCue cue);
-    void clockRunningChanged(bool running);
     void autopilotChanged();
 
 private:
@@ -144,18 +154,16 @@ private:
     void startClock();
     void stopClock();
     void playerTookOver();
-    void steerByAutopilot();
     void tick();
     void persistBest();
     void play(ArcadeCue cue);
-    void writeSetting(const char* key, const QVariant& value);
 
     void setIsNewBest(bool value);
     void setAward(std::optional<ScoreAward> award);
     void setAwardRemaining(double seconds);
     void setDuckHintRemaining(double seconds);
 
-    std::unique_ptr<QSettings> m_settings;
+    Preferences m_preferences;
     const Clock& m_clock;
     Runner m_runner;
     RunPhase m_notifiedPhase = m_runner.phase();
@@ -168,18 +176,13 @@ private:
     bool m_peeking = false;
     double m_notchHeight = 32;
     double m_notchWidth = 180;
-    bool m_soundEnabled = false;
-    bool m_roomy = false;
-    bool m_hoverToPeek = true;
     bool m_shortcutAvailable = true;
     QTimer m_timer;
     double m_lastTime = 0;
     qint64 m_bestAtStart = 0;
     ScoreCelebrations m_celebrations{0};
     ArcadeAudio* m_audio;
-    std::unique_ptr<Autopilot> m_autopilot;
-    bool m_steering = false; // the autopilot, not the player, is pressing keys
-    QTimer m_autopilotRestart;
+    AutopilotDriver m_autopilot{*this, m_clock};
 };
 
 } // namespace vantrel

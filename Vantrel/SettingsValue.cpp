@@ -42,23 +42,3 @@ std::optional<qint64> settingsInteger(const QVariant& value) {
 }
 
 } // namespace vantrel
-
-#include <QFile>
-#include <QSettings>
-
-namespace vantrel {
-
-QString keepUnreadableSettingsFile(QSettings& settings) {
-    (void)settings.contains(QStringLiteral("bestScore")); // makes QSettings read the file
-    if (settings.status() != QSettings::FormatError) {
-        return {};
-    }
-    const QString original = settings.fileName();
-    QString copy = original + QStringLiteral(".unreadable");
-    for (int n = 2; QFile::exists(copy); ++n) {
-        copy = original + QStringLiteral(".unreadable-%1").arg(n);
-    }
-    return QFile::copy(original, copy) ? copy : QString();
-}
-
-} // namespace vantrel

@@ -1,5 +1,6 @@
 #include "Vantrel/onboarding/OnboardingView.h"
 
+#include "Vantrel/Clock.h"
 #include "Vantrel/pixels/NotchWelcomeIllustration.h"
 
 #include <QEasingCurve>
@@ -12,7 +13,9 @@
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QVBoxLayout>
-#include <QVariantAnimation>
+
+#include <algorithm>
+#include <chrono>
 
 namespace vantrel {
 
@@ -130,8 +133,9 @@ QWidget* keyRow(const QString& keys, const QString& title, const QString& text) 
 
 } // namespace
 
-OnboardingView::OnboardingView(bool shortcutAvailable, std::function<void(bool)> finish, QWidget* parent)
-    : QWidget(parent), m_finish(std::move(finish)) {
+OnboardingView::OnboardingView(bool shortcutAvailable, const Clock& clock, std::function<void(bool)> finish,
+                               QWidget* parent)
+    : QWidget(parent), m_clock(clock), m_finish(std::move(finish)) {
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(32, 24, 32, 24);
     layout->setSpacing(18);
@@ -182,33 +186,36 @@ OnboardingView::OnboardingView(bool shortcutAvailable, std::function<void(bool)>
         }
     });
 
-    // Page changes fade the new page in: ease-in-out over 0.18 s.
-    m_fade = new QVariantAnimation(this);
-    m_fade->setDuration(pageChangeMilliseconds);
-    m_fade->setEasingCurve(QEasingCurve::InOutQuad);
-    m_fade->setStartValue(0.0);
-    m_fade->setEndValue(1.0);
-    connect(m_fade, &QVariantAnimation::valueChanged, this, [this](const QVariant& value) {
-        if (auto* effect =
-                qobject_cast<QGraphicsOpacityEffect*>(m_pages->currentWidget()->graphicsEffect())) {
-            effect->setOpacity(value.toDouble());
-        }
-    });
-    connect(m_fade, &QVariantAnimation::finished, this,
-            [this] { m_pages->currentWidget()->setGraphicsEffect(nullptr); });
+    // Page changes fade the new page in: ease-in-out over 0.18 s, a frame
+    // every 16 ms (about 60 Hz) while it lasts.
+    m_fadeFrames.setTimerType(Qt::PreciseTimer);
+    m_fadeFrames.setInterval(std::chrono::milliseconds(16));
+    connect(&m_fadeFrames, &QTimer::timeout, this, &OnboardingView::runFrame);
 
     m_step = -1;
     moveTo(0);
-    m_fade->stop();
+    m_fadeFrames.stop();
     m_pages->currentWidget()->setGraphicsEffect(nullptr);
+}
+
+void OnboardingView::runFrame() {
+    if (!m_fadeFrames.isActive()) {
+        return;
+    }
+    const double progress =
+        std::clamp((m_clock.now() - m_fadeStart) * 1000.0 / pageChangeMilliseconds, 0.0, 1.0);
+    if (progress >= 1) {
+        m_fadeFrames.stop();
+        m_pages->currentWidget()->setGraphicsEffect(nullptr);
+        return;
+    }
+    if (auto* effect = qobject_cast<QGraphicsOpacityEffect*>(m_pages->currentWidget()->graphicsEffect())) {
+        effect->setOpacity(QEasingCurve(QEasingCurve::InOutQuad).valueForProgress(progress));
+    }
 }
 
 QWidget* OnboardingView::currentPage() const {
     return m_pages->currentWidget();
-}
-
-bool OnboardingView::animating() const {
-    return m_fade->state() == QAbstractAnimation::Running;
 }
 
 QWidget* OnboardingView::makeWelcomePage() {
@@ -262,7 +269,7 @@ void OnboardingView::moveTo(int step) {
         return;
     }
     m_step = step;
-    m_fade->stop();
+    m_fadeFrames.stop();
     if (QWidget* old = m_pages->currentWidget()) {
         old->setGraphicsEffect(nullptr);
     }
@@ -277,9 +284,9 @@ void OnboardingView::moveTo(int step) {
         auto* effect = new QGraphicsOpacityEffect;
         effect->setOpacity(0);
         m_pages->currentWidget()->setGraphicsEffect(effect);
-        m_fade->start();
+        m_fadeStart = m_clock.now();
+        m_fadeFrames.start();
     }
-    emit stepChanged(step);
 }
 
 } // namespace vantrel

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QTimer>
 #include <QWidget>
 
 #include <functional>
@@ -7,27 +8,34 @@
 class QLabel;
 class QPushButton;
 class QStackedWidget;
-class QVariantAnimation;
 
 namespace vantrel {
+
+class Clock;
 
 // The two-page introduction shown at first launch: a welcome page and the
 // controls. It knows nothing of the game; it is told whether the global
 // shortcut works and calls `finish` once when the user leaves (true: open
-// the playfield now).
+// the playfield now). Page changes fade in, timed on the injected clock.
 class OnboardingView : public QWidget {
     Q_OBJECT
 public:
     static constexpr int pageCount = 2;
+    // How long a new page takes to fade in.
     static constexpr int pageChangeMilliseconds = 180;
 
-    OnboardingView(bool shortcutAvailable, std::function<void(bool)> finish, QWidget* parent = nullptr);
+    // `clock` must outlive the view.
+    OnboardingView(bool shortcutAvailable, const Clock& clock, std::function<void(bool)> finish,
+                   QWidget* parent = nullptr);
 
     int step() const { return m_step; }
     bool reduceMotion() const { return m_reduceMotion; }
     void setReduceMotion(bool reduce) { m_reduceMotion = reduce; }
     // True while a page change is still fading in.
-    bool animating() const;
+    bool animating() const { return m_fadeFrames.isActive(); }
+    // One frame of the fade, as the frame timer delivers it: the new page's
+    // opacity for the clock's time since the change. Tests step it by hand.
+    void runFrame();
 
     // The widgets tests and accessibility tools look at.
     QLabel* pageTitle() const { return m_pageTitle; }
@@ -37,14 +45,12 @@ public:
     QPushButton* letsPlayButton() const { return m_letsPlay; }
     QWidget* currentPage() const;
 
-signals:
-    void stepChanged(int step);
-
 private:
     void moveTo(int step);
     QWidget* makeWelcomePage();
     QWidget* makeControlsPage(bool shortcutAvailable);
 
+    const Clock& m_clock;
     std::function<void(bool)> m_finish;
     int m_step = 0;
     bool m_reduceMotion = false;
@@ -54,7 +60,9 @@ private:
     QPushButton* m_back;
     QPushButton* m_getStarted;
     QPushButton* m_letsPlay;
-    QVariantAnimation* m_fade;
+    // Repaints while a page fades in; the clock, not the timer, says how far it is.
+    QTimer m_fadeFrames;
+    double m_fadeStart = 0; // seconds on m_clock
 };
 
 } // namespace vantrel

@@ -13,7 +13,7 @@
 
 namespace vantrel {
 
-OnboardingWindowController::OnboardingWindowController(bool shortcutAvailable,
+OnboardingWindowController::OnboardingWindowController(bool shortcutAvailable, const Clock& clock,
                                                        std::function<void(bool)> finish, QWidget* parent)
     : QWidget(parent, Qt::Window) {
     setWindowTitle(QStringLiteral("Vantrel"));
@@ -21,7 +21,7 @@ OnboardingWindowController::OnboardingWindowController(bool shortcutAvailable,
     resize(600, 610);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    m_view = new OnboardingView(shortcutAvailable, std::move(finish), this);
+    m_view = new OnboardingView(shortcutAvailable, clock, std::move(finish), this);
     layout->addWidget(m_view);
 
     auto addAction = [this](const QKeySequence& keys, auto handler) {

@@ -6,6 +6,7 @@
 
 namespace vantrel {
 
+class Clock;
 class OnboardingView;
 
 // The onboarding window: a plain titled window around OnboardingView. A
@@ -15,7 +16,8 @@ class OnboardingView;
 class OnboardingWindowController : public QWidget {
     Q_OBJECT
 public:
-    OnboardingWindowController(bool shortcutAvailable, std::function<void(bool)> finish,
+    // `clock` times the page fades and must outlive the window.
+    OnboardingWindowController(bool shortcutAvailable, const Clock& clock, std::function<void(bool)> finish,
                                QWidget* parent = nullptr);
 
     OnboardingView* view() const { return m_view; }

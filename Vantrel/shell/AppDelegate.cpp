@@ -42,7 +42,7 @@ QString AppDelegate::trayToolTip() {
 }
 
 AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* parent)
-    : QObject(parent), m_settings(openSettings(options.settingsFile)) {
+    : QObject(parent), m_clock(clock), m_settings(openSettings(options.settingsFile)) {
     QTextStream err(stderr);
 
     // 1. The pixel font, before anything draws text.
@@ -195,7 +195,7 @@ void AppDelegate::showOnboarding() {
         return;
     }
     delete m_onboarding;
-    m_onboarding = new OnboardingWindowController(store().shortcutAvailable(),
+    m_onboarding = new OnboardingWindowController(store().shortcutAvailable(), m_clock,
                                                   [this](bool open) { finishOnboarding(open); });
     m_onboarding->view()->setReduceMotion(platform::gnomeAnimationsDisabled());
     connect(m_onboarding, &OnboardingWindowController::quitRequested, this, &AppDelegate::quit);

@@ -80,6 +80,7 @@ private:
     bool bringOnboardingForward();
     void checkTray();
 
+    const Clock& m_clock;
     std::unique_ptr<QSettings> m_settings; // the delegate's own view of the settings file
     std::unique_ptr<NotchPanelController> m_controller;
     std::unique_ptr<GlobalShortcut> m_shortcut;

@@ -5,7 +5,6 @@
 #include "GameStoreTestAccess.h"
 #include "RunnerTestAccess.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QSettings>
 #include <QSignalSpy>
@@ -515,14 +514,34 @@ TEST_F(GameStoreTest, AutopilotStartsANewRunAfterACrash) {
     frame(*store);
     ASSERT_EQ(store->runner().phase(), RunPhase::over);
     EXPECT_FALSE(store->clockRunning());
-    // A short look at the crash, then a new run.
-    QElapsedTimer waited;
-    waited.start();
-    while (store->runner().phase() != RunPhase::running && waited.elapsed() < 4000) {
-        QTest::qWait(20);
-    }
+    // A short look at the crash (1.5 s on the store's clock), then a new run.
+    const double crashedAt = m_clock.now();
+    ASSERT_EQ(store->autopilotRestartDeadline(), crashedAt + 1.5);
+    m_clock.advance(1.499);
+    EXPECT_EQ(store->runner().phase(), RunPhase::over);
+    EXPECT_FALSE(store->clockRunning());
+    m_clock.set(crashedAt + 1.5);
     ASSERT_EQ(store->runner().phase(), RunPhase::running);
-    EXPECT_GE(waited.elapsed(), GameStore::autopilotRestartMilliseconds - 100);
+    EXPECT_EQ(store->autopilotRestartDeadline(), std::nullopt);
     EXPECT_TRUE(store->autopilot());
     EXPECT_TRUE(store->clockRunning());
+    EXPECT_EQ(store->runner().score(), 0); // a new run, not the crashed one resumed
+}
+
+TEST_F(GameStoreTest, TakingOverAfterACrashCancelsTheRestart) {
+    auto store = makeStore(23);
+    store->setAutopilot(true);
+    Runner crash = store->runner();
+    RunnerTestAccess::clearObstacles(crash);
+    RunnerTestAccess::addObstacle(crash, {0, Runner::dinoX, 44, 29, true, ObstacleKind::cactus, 0});
+    GameStoreTestAccess::setRunner(*store, crash);
+    frame(*store);
+    ASSERT_EQ(store->runner().phase(), RunPhase::over);
+    ASSERT_TRUE(store->autopilotRestartDeadline());
+    store->setAutopilot(false);
+    EXPECT_EQ(store->autopilotRestartDeadline(), std::nullopt);
+    EXPECT_EQ(m_clock.pendingAlarms(), 0u);
+    m_clock.advance(10);
+    EXPECT_EQ(store->runner().phase(), RunPhase::over);
+    EXPECT_FALSE(store->clockRunning());
 }

@@ -1,9 +1,11 @@
+#include "Vantrel/Clock.h"
 #include "Vantrel/onboarding/OnboardingView.h"
 #include "Vantrel/onboarding/OnboardingWindowController.h"
 #include "Vantrel/pixels/NotchWelcomeIllustration.h"
 
 #include <QApplication>
 #include <QClipboard>
+#include <QGraphicsOpacityEffect>
 #include <QImage>
 #include <QLabel>
 #include <QPushButton>
@@ -30,7 +32,8 @@ QStringList labelTexts(const QWidget* page) {
 } // namespace
 
 TEST(Onboarding, StartsOnTheWelcomePage) {
-    OnboardingView view(true, [](bool) {});
+    ManualClock clock;
+    OnboardingView view(true, clock, [](bool) {});
     EXPECT_EQ(view.step(), 0);
     EXPECT_EQ(view.pageTitle()->text(), "Welcome");
     EXPECT_EQ(view.stepCounter()->text(), "1 / 2");
@@ -48,7 +51,8 @@ TEST(Onboarding, StartsOnTheWelcomePage) {
 }
 
 TEST(Onboarding, GetStartedShowsTheControls) {
-    OnboardingView view(true, [](bool) {});
+    ManualClock clock;
+    OnboardingView view(true, clock, [](bool) {});
     view.setReduceMotion(true);
     view.getStartedButton()->click();
     EXPECT_EQ(view.step(), 1);
@@ -86,7 +90,8 @@ TEST(Onboarding, GetStartedShowsTheControls) {
 }
 
 TEST(Onboarding, ShortcutUnavailableChangesTheLastRow) {
-    OnboardingView view(false, [](bool) {});
+    ManualClock clock;
+    OnboardingView view(false, clock, [](bool) {});
     view.getStartedButton()->click();
     const QList<QLabel*> texts = view.currentPage()->findChildren<QLabel*>("keyText");
     ASSERT_EQ(texts.size(), 4);
@@ -94,28 +99,60 @@ TEST(Onboarding, ShortcutUnavailableChangesTheLastRow) {
 }
 
 TEST(Onboarding, PageChangesFadeUnlessMotionIsReduced) {
-    OnboardingView view(true, [](bool) {});
+    ManualClock clock;
+    OnboardingView view(true, clock, [](bool) {});
     view.getStartedButton()->click();
     EXPECT_EQ(view.step(), 1);
     EXPECT_TRUE(view.animating());
-    for (int waited = 0; view.animating() && waited < 2000; waited += 20) {
-        QTest::qWait(20);
-    }
+    auto opacity = [&] {
+        auto* effect = qobject_cast<QGraphicsOpacityEffect*>(view.currentPage()->graphicsEffect());
+        return effect ? effect->opacity() : -1.0;
+    };
+    EXPECT_EQ(opacity(), 0); // the new page starts hidden
+    // Halfway through the fade (0.09 s of 0.18), ease-in-out is at half.
+    clock.advance(OnboardingView::pageChangeMilliseconds / 2000.0);
+    view.runFrame();
+    EXPECT_TRUE(view.animating());
+    EXPECT_NEAR(opacity(), 0.5, 1e-9);
+    // A quarter in, ease-in has covered only 2 * 0.25^2 = 0.125 of the way.
+    view.backButton()->click();
+    view.getStartedButton()->click();
+    clock.advance(OnboardingView::pageChangeMilliseconds / 4000.0);
+    view.runFrame();
+    EXPECT_NEAR(opacity(), 0.125, 1e-9);
+    clock.advance(OnboardingView::pageChangeMilliseconds / 1000.0);
+    view.runFrame();
+    EXPECT_FALSE(view.animating());
+    EXPECT_EQ(view.currentPage()->graphicsEffect(), nullptr);
+
+    view.setReduceMotion(true);
+    view.backButton()->click();
     EXPECT_FALSE(view.animating());
     EXPECT_EQ(view.currentPage()->graphicsEffect(), nullptr);
 }
 
+TEST(Onboarding, FadeRunsOnItsFrameTimerWithTheClock) {
+    SteadyClock clock;
+    OnboardingView view(true, clock, [](bool) {});
+    view.getStartedButton()->click();
+    EXPECT_TRUE(view.animating());
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !view.animating(); }, 2000));
+    EXPECT_EQ(view.currentPage()->graphicsEffect(), nullptr);
+}
+
 TEST(Onboarding, LetsPlayFinishesOnceWithTrue) {
+    ManualClock clock;
     std::vector<bool> calls;
-    OnboardingView view(true, [&](bool open) { calls.push_back(open); });
+    OnboardingView view(true, clock, [&](bool open) { calls.push_back(open); });
     view.getStartedButton()->click();
     view.letsPlayButton()->click();
     EXPECT_EQ(calls, std::vector<bool>{true});
 }
 
 TEST(Onboarding, WindowHasTitleSizeAndKeys) {
+    ManualClock clock;
     int finished = 0;
-    OnboardingWindowController window(true, [&](bool) { ++finished; });
+    OnboardingWindowController window(true, clock, [&](bool) { ++finished; });
     EXPECT_EQ(window.windowTitle(), "Vantrel");
     EXPECT_EQ(window.size(), QSize(600, 610));
     window.showAndActivate();
