@@ -260,16 +260,31 @@ TEST_P(NotchViewTest, ControlRowNamesAndActions) {
     EXPECT_LT(options->geometry().right(), esc->geometry().left());
     EXPECT_EQ(esc->geometry().right() + 1, 460);
 
+    // Each button says what the player wants and leaves the store alone.
+    QSignalSpy act(&m_view, &NotchView::actRequested);
+    QSignalSpy pauseRequests(&m_view, &NotchView::pauseRequested);
+    QSignalSpy soundToggles(&m_view, &NotchView::soundToggleRequested);
     QSignalSpy close(&m_view, &NotchView::closeRequested);
     QSignalSpy menu(&m_view, &NotchView::optionsRequested);
     QTest::mouseClick(space, Qt::LeftButton);
-    EXPECT_EQ(store().runner().phase(), RunPhase::running);
+    EXPECT_EQ(act.count(), 1);
+    EXPECT_EQ(store().runner().phase(), RunPhase::ready);
     QTest::mouseClick(pause, Qt::LeftButton);
-    EXPECT_EQ(store().runner().phase(), RunPhase::paused);
+    EXPECT_EQ(pauseRequests.count(), 1);
+    EXPECT_EQ(store().runner().phase(), RunPhase::ready);
+    QTest::mouseClick(sound, Qt::LeftButton);
+    EXPECT_EQ(soundToggles.count(), 1);
+    EXPECT_FALSE(store().soundEnabled());
+    EXPECT_EQ(act.count(), 1);
+    EXPECT_EQ(pauseRequests.count(), 1);
+
+    // The names follow the store when it changes.
+    store().act();
+    EXPECT_EQ(pause->accessibleName(), "Pause");
+    store().pause();
     EXPECT_EQ(pause->accessibleName(), "Resume");
     EXPECT_EQ(space->accessibleName(), "Resume game");
-    QTest::mouseClick(sound, Qt::LeftButton);
-    EXPECT_TRUE(store().soundEnabled());
+    store().setSoundEnabled(true);
     EXPECT_EQ(sound->toolTip(), "Mute sound");
     EXPECT_EQ(sound->accessibleName(), "Mute sound");
     QTest::mouseClick(options, Qt::LeftButton);

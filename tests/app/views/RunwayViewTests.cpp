@@ -60,9 +60,9 @@ void expectCells(const QImage& image, const Bitmap& rows, QPointF origin, double
 
 class RunwayViewTest : public ::testing::TestWithParam<double> {
 protected:
-    RunwayViewTest()
-        : m_view(
-              m_fixture.store(), [this] { ++m_actions; }, NotchView::runwayMint()) {}
+    RunwayViewTest() : m_view(m_fixture.store(), NotchView::runwayMint()) {
+        QObject::connect(&m_view, &RunwayView::actRequested, [this] { ++m_actions; });
+    }
 
     GameStore& store() { return m_fixture.store(); }
     double dpr() const { return GetParam(); }
