@@ -33,8 +33,12 @@ constexpr double iconButtonWidth = 16; // pause, sound, options
 constexpr int speedLevels = 5;
 constexpr double barWidth = 3;
 constexpr double barSpacing = 2;
+constexpr double barBaseHeight = 3; // bar i is barBaseHeight + i * barStep high
+constexpr double barStep = 2;
 constexpr double meterWidth = speedLevels * barWidth + (speedLevels - 1) * barSpacing;
-constexpr double meterHeight = 2 * speedLevels + 3;
+constexpr double meterHeight = barBaseHeight + speedLevels * barStep;
+
+constexpr int radiusAnimationMilliseconds = 250; // collapsed to expanded corners, ease-out
 
 const QColor controlColor = ViewPalette::white(0.47);
 
@@ -75,7 +79,7 @@ NotchView::NotchView(const GameStore& store, QColor arcadeMint, QWidget* parent)
       m_radius(store.expanded() ? L::expandedRadius : L::collapsedRadius),
       m_radiusAnimation(new QVariantAnimation(this)) {
     setObjectName(QStringLiteral("notchView"));
-    m_radiusAnimation->setDuration(250);
+    m_radiusAnimation->setDuration(radiusAnimationMilliseconds);
     m_radiusAnimation->setEasingCurve(QEasingCurve::OutCubic);
     connect(m_radiusAnimation, &QVariantAnimation::valueChanged, this,
             [this](const QVariant& value) { setShapeRadius(value.toDouble()); });
@@ -162,7 +166,7 @@ void NotchView::buildControls() {
             QColor lit = m_mint;
             lit.setAlphaF(0.7f * m_mint.alphaF());
             for (int i = 1; i <= speedLevels; ++i) {
-                const double barHeight = 2.0 * i + 3;
+                const double barHeight = barBaseHeight + i * barStep;
                 const QRectF bar(rect.left() + (i - 1) * (barWidth + barSpacing), bottom - barHeight,
                                  barWidth, barHeight);
                 painter.fillRect(bar, level >= i ? lit : ViewPalette::white(0.12));
