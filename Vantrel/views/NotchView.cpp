@@ -24,6 +24,9 @@ namespace {
 
 using L = PanelLayout;
 
+// The ordinary runway shows the world at one world point to the point.
+static_assert(L::runwayWidth == RunwayPainter::worldWidth);
+
 // The control row's items, in points; the row's height and the paddings are PanelLayout's.
 constexpr int scoreTextSize = 8;       // pixel-font size of the scores
 constexpr double controlSpacing = 8;   // between the key hints; half of it between the icon buttons
