@@ -2,6 +2,7 @@
 
 #include "Vantrel/Clock.h"
 #include "Vantrel/audio/ArcadeAudio.h"
+#include "Vantrel/panel/PanelLayout.h"
 
 #include <QRandomGenerator>
 #include <QSettings>
@@ -36,18 +37,14 @@ GameStore::GameStore(std::unique_ptr<QSettings> settings, const Clock& clock, ui
 
 GameStore::~GameStore() = default;
 
+// The sizes and their sums are PanelLayout's.
 double GameStore::panelWidth() const {
-    if (m_expanded) {
-        return roomy() ? 600 : 480;
-    }
-    return m_notchWidth + 14;
+    return m_expanded ? PanelLayout::expandedWidthFor(roomy()) : PanelLayout::collapsedWidth(m_notchWidth);
 }
 
 double GameStore::panelHeight() const {
-    if (m_expanded) {
-        return std::max(m_notchHeight, 28.0) + (roomy() ? 194 : 164);
-    }
-    return m_notchHeight + (m_peeking ? 16 : 0);
+    return m_expanded ? PanelLayout::expandedHeight(m_notchHeight, roomy())
+                      : PanelLayout::collapsedHeight(m_notchHeight, m_peeking);
 }
 
 // --- plain observable values -------------------------------------------------
@@ -333,6 +330,15 @@ void GameStore::tick() {
         }
         m_autopilot.runCrashed();
     }
+}
+
+void GameStore::showRun(const Runner& runner, const ShownBanners& banners) {
+    setIsNewBest(banners.isNewBest);
+    setAward(banners.award);
+    setAwardRemaining(banners.awardRemaining);
+    setDuckHintRemaining(banners.duckHintRemaining);
+    m_runner = runner;
+    notifyRunnerChanged();
 }
 
 void GameStore::notifyRunnerChanged() {

@@ -123,6 +123,17 @@ public:
 
     ArcadeAudio& audio() { return *m_audio; }
 
+    // For tools that display a prepared moment (the snapshot tool), never for
+    // play: shows `runner` as the current run with these banners, notifying
+    // as play does. It plays no cue, starts no clock and records no best.
+    struct ShownBanners {
+        bool isNewBest = false;
+        std::optional<ScoreAward> award = std::nullopt;
+        double awardRemaining = 0;    // seconds
+        double duckHintRemaining = 0; // seconds
+    };
+    void showRun(const Runner& runner, const ShownBanners& banners);
+
 signals:
     // The run moved on (every frame while it runs).
     void runnerChanged();

@@ -28,6 +28,18 @@ constexpr double flyerElevations[3] = {6, 24, 54};
 // A zero state would make the generator's first draws predictable, so 0 becomes 1.
 Runner::Runner(uint64_t seed) : m_randomState(seed == 0 ? 1 : seed) {}
 
+Runner Runner::posed(const Pose& pose, uint64_t seed) {
+    Runner runner(seed);
+    runner.m_phase = pose.phase;
+    runner.m_elapsed = pose.elapsed;
+    runner.m_distance = pose.distance;
+    runner.m_height = pose.height;
+    runner.m_downHeld = pose.downHeld;
+    runner.m_resumeGrace = pose.resumeGrace;
+    runner.m_obstacles = pose.obstacles;
+    return runner;
+}
+
 void Runner::reinitialize(uint64_t seed) {
     const double width = m_worldWidth;
     *this = Runner(seed);

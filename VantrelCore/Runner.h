@@ -80,6 +80,20 @@ public:
     double nextGap() const { return m_nextGap; }
     int64_t consecutiveFlyers() const { return m_consecutiveFlyers; }
 
+    // What one picture of a run shows. A tool that displays a prepared moment
+    // (the snapshot tool) poses a runner instead of playing up to it.
+    struct Pose {
+        RunPhase phase = RunPhase::ready;
+        double elapsed = 0;  // seconds
+        double distance = 0; // points
+        double height = 0;   // points above the ground
+        bool downHeld = false;
+        double resumeGrace = 0; // seconds
+        std::vector<Obstacle> obstacles = {};
+    };
+    // A runner in `pose`; everything else is a fresh run's from `seed`.
+    static Runner posed(const Pose& pose, uint64_t seed = 1);
+
     friend bool operator==(const Runner&, const Runner&) = default;
 
 private:

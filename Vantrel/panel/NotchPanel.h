@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Vantrel/panel/PanelLayout.h"
+
 #include <QWidget>
 
 namespace vantrel::platform {
@@ -17,8 +19,8 @@ class NotchPanel : public QWidget {
     Q_OBJECT
 
 public:
-    static constexpr double expandedRadius = 25;
-    static constexpr double collapsedRadius = 13;
+    static constexpr double expandedRadius = PanelLayout::expandedRadius;
+    static constexpr double collapsedRadius = PanelLayout::collapsedRadius;
 
     explicit NotchPanel(platform::WindowTraits& traits, QWidget* parent = nullptr);
 

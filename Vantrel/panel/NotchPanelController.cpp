@@ -23,9 +23,16 @@ namespace vantrel {
 
 namespace {
 
-// The game's own content: the notch view, wired to the controller's actions.
+// The game's own content: the notch view, which only reads the store. This is
+// the one place where what the player asks for in it reaches the store and
+// the controller.
 QWidget* makeNotchView(NotchPanelController& controller) {
-    auto* view = new NotchView(controller.store());
+    GameStore& store = controller.store();
+    auto* view = new NotchView(store);
+    QObject::connect(view, &NotchView::actRequested, &store, &GameStore::act);
+    QObject::connect(view, &NotchView::pauseRequested, &store, &GameStore::togglePause);
+    QObject::connect(view, &NotchView::soundToggleRequested, &store,
+                     [&store] { store.setSoundEnabled(!store.soundEnabled()); });
     QObject::connect(view, &NotchView::openRequested, &controller, [&controller] { controller.expand(); });
     QObject::connect(view, &NotchView::closeRequested, &controller,
                      [&controller] { controller.collapse(true); });

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vantrel/panel/PanelLayout.h"
 #include "Vantrel/platform/ScreenNotch.h"
 
 #include <QRectF>
@@ -17,18 +18,18 @@ struct ScreenFacts {
 };
 
 // The panel's frames and hover rectangles on one screen. Every frame hangs
-// from the top edge `top` and is centred on `centreX`.
+// from the top edge `top` and is centred on `centreX`. The panel's own sizes
+// are PanelLayout's; these are the screen's: where it hangs and where the
+// pointer wakes it. All in points.
 class PanelGeometry {
 public:
-    static constexpr double lipHeight = 16;    // the peek tab under the notch
-    static constexpr double earWidth = 7;      // each side of the notch shape
     static constexpr double noNotchHeight = 8; // the collapsed strip on ordinary screens
     static constexpr double noNotchWidth = 160;
     static constexpr double screenMargin = 24;   // the playfield never gets wider than the screen minus this
     static constexpr double triggerBand = 18;    // below a real notch
     static constexpr double stripHalfWidth = 44; // trigger strip on ordinary screens
     static constexpr double stripHalfHeight = 3;
-    static constexpr double retentionGrowth = 4;
+    static constexpr double retentionGrowth = 4; // the peek frame grown by this on each side
 
     explicit PanelGeometry(const ScreenFacts& facts);
 
@@ -41,8 +42,14 @@ public:
 
     // A frame of this size, hung from the top edge and centred on the notch.
     QRectF frame(double width, double height) const;
-    QRectF collapsedFrame() const { return frame(m_notchWidth + 2 * earWidth, m_notchHeight); }
-    QRectF peekFrame() const { return frame(m_notchWidth + 2 * earWidth, m_notchHeight + lipHeight); }
+    QRectF collapsedFrame() const {
+        return frame(PanelLayout::collapsedWidth(m_notchWidth),
+                     PanelLayout::collapsedHeight(m_notchHeight, false));
+    }
+    QRectF peekFrame() const {
+        return frame(PanelLayout::collapsedWidth(m_notchWidth),
+                     PanelLayout::collapsedHeight(m_notchHeight, true));
+    }
 
     // Resting here asks the panel to peek.
     QRectF triggerRect() const;

@@ -1,6 +1,7 @@
 #include "Vantrel/views/NotchView.h"
 
 #include "Vantrel/GameStore.h"
+#include "Vantrel/panel/PanelLayout.h"
 #include "Vantrel/pixels/NotchShape.h"
 #include "Vantrel/pixels/PeekingDinoGlyph.h"
 #include "Vantrel/pixels/PixelIcons.h"
@@ -9,6 +10,7 @@
 #include "Vantrel/views/PaintedButton.h"
 #include "Vantrel/views/PaintedItem.h"
 #include "Vantrel/views/RunwayView.h"
+#include "Vantrel/views/ViewPalette.h"
 
 #include <QPainter>
 #include <QVariantAnimation>
@@ -20,31 +22,28 @@ namespace vantrel {
 
 namespace {
 
-QColor white(double opacity) {
-    return QColor::fromRgbF(1, 1, 1, static_cast<float>(opacity));
-}
+using L = PanelLayout;
 
-// Expanded layout, in points.
-constexpr double bodyPaddingX = 20;
-constexpr double bodyPaddingTop = 9;
-constexpr double scoresPaddingX = 20;
-constexpr double minimumScoresHeight = 28; // the score row on a screen without a notch
-constexpr double notchGapExtra = 28;       // the gap is the notch's width plus this
-constexpr int scoreTextSize = 8;
-constexpr double controlSpacing = 8;
-constexpr double iconButtonWidth = 16;
+// The ordinary runway shows the world at one world point to the point.
+static_assert(L::runwayWidth == RunwayPainter::worldWidth);
 
-// The speed meter: five bars, bar i (from 1) is 3 wide and 2i + 3 high.
+// The control row's items, in points; the row's height and the paddings are PanelLayout's.
+constexpr int scoreTextSize = 8;       // pixel-font size of the scores
+constexpr double controlSpacing = 8;   // between the key hints; half of it between the icon buttons
+constexpr double iconButtonWidth = 16; // pause, sound, options
+
+// The speed meter: five bars, bar i (from 1) is 3 wide and 2i + 3 high, 2 apart.
 constexpr int speedLevels = 5;
 constexpr double barWidth = 3;
 constexpr double barSpacing = 2;
+constexpr double barBaseHeight = 3; // bar i is barBaseHeight + i * barStep high
+constexpr double barStep = 2;
 constexpr double meterWidth = speedLevels * barWidth + (speedLevels - 1) * barSpacing;
-constexpr double meterHeight = 2 * speedLevels + 3;
+constexpr double meterHeight = barBaseHeight + speedLevels * barStep;
 
-constexpr double peekGlyphWidth = 14;
-constexpr double peekGlyphHeight = 12;
+constexpr int radiusAnimationMilliseconds = 250; // collapsed to expanded corners, ease-out
 
-const QColor controlColor = white(0.47);
+const QColor controlColor = ViewPalette::white(0.47);
 
 QString fiveDigits(qint64 value) {
     return QString::asprintf("%05lld", static_cast<long long>(value));
@@ -71,19 +70,19 @@ void drawIconCentred(QPainter& painter, const QRectF& rect, PixelIcon icon) {
 } // namespace
 
 QColor NotchView::defaultMint() {
-    return QColor::fromRgbF(0.72f, 0.91f, 0.76f, 1);
+    return ViewPalette::defaultMint();
 }
 
 QColor NotchView::runwayMint() {
-    return QColor::fromRgbF(0.7f, 0.91f, 0.76f, 1);
+    return ViewPalette::runwayMint();
 }
 
-NotchView::NotchView(GameStore& store, QColor arcadeMint, QWidget* parent)
+NotchView::NotchView(const GameStore& store, QColor arcadeMint, QWidget* parent)
     : QWidget(parent), m_store(store), m_mint(arcadeMint),
-      m_radius(store.expanded() ? expandedRadius : collapsedRadius),
-      m_radiusAnimation(new QVariantAnimation(this)), m_phase(store.runner().phase()) {
+      m_radius(store.expanded() ? L::expandedRadius : L::collapsedRadius),
+      m_radiusAnimation(new QVariantAnimation(this)) {
     setObjectName(QStringLiteral("notchView"));
-    m_radiusAnimation->setDuration(250);
+    m_radiusAnimation->setDuration(radiusAnimationMilliseconds);
     m_radiusAnimation->setEasingCurve(QEasingCurve::OutCubic);
     connect(m_radiusAnimation, &QVariantAnimation::valueChanged, this,
             [this](const QVariant& value) { setShapeRadius(value.toDouble()); });
@@ -95,29 +94,33 @@ NotchView::NotchView(GameStore& store, QColor arcadeMint, QWidget* parent)
     connect(m_peekButton, &QAbstractButton::clicked, this, &NotchView::openRequested);
 
     buildScores();
-    m_runway = new RunwayView(
-        m_store, [this] { m_store.act(); }, runwayMint(), this);
+    m_runway = new RunwayView(m_store, runwayMint(), this);
+    connect(m_runway, &RunwayView::actRequested, this, &NotchView::actRequested);
     buildControls();
 
     connect(&m_store, &GameStore::runnerChanged, this, &NotchView::onRunnerChanged);
+    connect(&m_store, &GameStore::phaseChanged, this, &NotchView::onPhaseChanged);
     connect(&m_store, &GameStore::bestChanged, this, [this] {
         m_bestScore->update();
-        syncTexts();
+        syncBestText();
     });
     connect(&m_store, &GameStore::isNewBestChanged, m_bestScore, qOverload<>(&QWidget::update));
     connect(&m_store, &GameStore::awardRemainingChanged, m_currentScore, qOverload<>(&QWidget::update));
     connect(&m_store, &GameStore::soundEnabledChanged, this, [this] {
         m_soundButton->update();
-        syncTexts();
+        syncSoundTexts();
     });
-    connect(&m_store, &GameStore::shortcutAvailableChanged, this, &NotchView::syncTexts);
+    connect(&m_store, &GameStore::shortcutAvailableChanged, this, &NotchView::syncPhaseTexts);
     connect(&m_store, &GameStore::expandedChanged, this, &NotchView::onExpandedChanged);
     for (auto signal : {&GameStore::peekingChanged, &GameStore::notchHeightChanged,
                         &GameStore::notchWidthChanged, &GameStore::roomyChanged}) {
         connect(&m_store, signal, this, &NotchView::relayout);
     }
 
-    syncTexts();
+    syncPhaseTexts();
+    syncBestText();
+    syncSoundTexts();
+    syncRunTexts();
     relayout();
 }
 
@@ -127,14 +130,14 @@ void NotchView::buildScores() {
     m_bestScore = new PaintedItem(
         [this](QPainter& painter, const QRectF& rect) {
             drawScore(painter, rect, QStringLiteral("HI ") + fiveDigits(m_store.best()),
-                      m_store.isNewBest() ? m_mint : white(0.55), true);
+                      m_store.isNewBest() ? m_mint : ViewPalette::white(0.55), true);
         },
         this);
     m_bestScore->setObjectName(QStringLiteral("bestScore"));
     m_currentScore = new PaintedItem(
         [this](QPainter& painter, const QRectF& rect) {
             drawScore(painter, rect, fiveDigits(m_store.runner().score()),
-                      m_store.awardRemaining() > 0 ? m_mint : white(0.92), false);
+                      m_store.awardRemaining() > 0 ? m_mint : ViewPalette::white(0.92), false);
         },
         this);
     m_currentScore->setObjectName(QStringLiteral("currentScore"));
@@ -148,7 +151,7 @@ void NotchView::buildControls() {
         },
         this);
     m_spaceHint->setObjectName(QStringLiteral("spaceHint"));
-    connect(m_spaceHint, &QAbstractButton::clicked, this, [this] { m_store.act(); });
+    connect(m_spaceHint, &QAbstractButton::clicked, this, &NotchView::actRequested);
 
     m_downHint = new PaintedItem(
         [](QPainter& painter, const QRectF& rect) {
@@ -166,10 +169,10 @@ void NotchView::buildControls() {
             QColor lit = m_mint;
             lit.setAlphaF(0.7f * m_mint.alphaF());
             for (int i = 1; i <= speedLevels; ++i) {
-                const double barHeight = 2.0 * i + 3;
+                const double barHeight = barBaseHeight + i * barStep;
                 const QRectF bar(rect.left() + (i - 1) * (barWidth + barSpacing), bottom - barHeight,
                                  barWidth, barHeight);
-                painter.fillRect(bar, level >= i ? lit : white(0.12));
+                painter.fillRect(bar, level >= i ? lit : ViewPalette::white(0.12));
             }
         },
         this);
@@ -185,7 +188,7 @@ void NotchView::buildControls() {
         this);
     m_pauseButton->setObjectName(QStringLiteral("pauseButton"));
     m_pauseButton->setToolTip(QStringLiteral("Pause or resume (P)"));
-    connect(m_pauseButton, &QAbstractButton::clicked, this, [this] { m_store.togglePause(); });
+    connect(m_pauseButton, &QAbstractButton::clicked, this, &NotchView::pauseRequested);
 
     m_soundButton = new PaintedButton(
         PaintedButton::Look::quiet,
@@ -195,8 +198,7 @@ void NotchView::buildControls() {
         },
         this);
     m_soundButton->setObjectName(QStringLiteral("soundButton"));
-    connect(m_soundButton, &QAbstractButton::clicked, this,
-            [this] { m_store.setSoundEnabled(!m_store.soundEnabled()); });
+    connect(m_soundButton, &QAbstractButton::clicked, this, &NotchView::soundToggleRequested);
 
     m_optionsButton = new PaintedButton(
         PaintedButton::Look::quiet,
@@ -247,39 +249,58 @@ QString NotchView::peekAccessibleName() const {
                                                         : QStringLiteral("Play Vantrel");
 }
 
-void NotchView::syncTexts() {
+// The texts that follow the phase (and the shortcut's availability).
+void NotchView::syncPhaseTexts() {
     const bool paused = m_store.runner().phase() == RunPhase::paused;
     m_peekButton->setToolTipIfChanged(peekToolTip());
     m_peekButton->setAccessibleNameIfChanged(peekAccessibleName());
-    m_bestScore->setAccessibleNameIfChanged(QStringLiteral("Best score %1").arg(m_store.best()));
-    m_currentScore->setAccessibleNameIfChanged(
-        QStringLiteral("Current score %1").arg(m_store.runner().score()));
     m_spaceHint->setAccessibleNameIfChanged(paused ? QStringLiteral("Resume game")
                                                    : QStringLiteral("Jump or start game"));
-    const QString speed = QStringLiteral("Speed level %1 of 5").arg(m_store.runner().speedLevel());
-    m_speedMeter->setToolTipIfChanged(speed);
-    m_speedMeter->setAccessibleNameIfChanged(speed);
     m_pauseButton->setAccessibleNameIfChanged(paused ? QStringLiteral("Resume") : QStringLiteral("Pause"));
+}
+
+void NotchView::syncBestText() {
+    m_bestScore->setAccessibleNameIfChanged(QStringLiteral("Best score %1").arg(m_store.best()));
+}
+
+void NotchView::syncSoundTexts() {
     const QString sound =
         m_store.soundEnabled() ? QStringLiteral("Mute sound") : QStringLiteral("Enable sound");
     m_soundButton->setToolTipIfChanged(sound);
     m_soundButton->setAccessibleNameIfChanged(sound);
 }
 
-void NotchView::onRunnerChanged() {
-    m_currentScore->update();
-    m_speedMeter->update();
-    syncTexts();
-    const RunPhase phase = m_store.runner().phase();
-    if (phase != m_phase) {
-        m_phase = phase;
-        m_pauseButton->update();
-        relayout(); // the Space hint's label changes width
+// The score and the speed level: repainted and renamed only when they change,
+// which is a few times a second at most, not every frame.
+void NotchView::syncRunTexts() {
+    const int64_t score = m_store.runner().score();
+    if (score != m_shownScore) {
+        m_shownScore = score;
+        m_currentScore->setAccessibleNameIfChanged(QStringLiteral("Current score %1").arg(score));
+        m_currentScore->update();
+    }
+    const int64_t level = m_store.runner().speedLevel();
+    if (level != m_shownSpeedLevel) {
+        m_shownSpeedLevel = level;
+        const QString speed = QStringLiteral("Speed level %1 of 5").arg(level);
+        m_speedMeter->setToolTipIfChanged(speed);
+        m_speedMeter->setAccessibleNameIfChanged(speed);
+        m_speedMeter->update();
     }
 }
 
+void NotchView::onRunnerChanged() {
+    syncRunTexts();
+}
+
+void NotchView::onPhaseChanged() {
+    syncPhaseTexts();
+    m_pauseButton->update();
+    relayout(); // the Space hint's label changes width
+}
+
 void NotchView::onExpandedChanged() {
-    const double target = m_store.expanded() ? expandedRadius : collapsedRadius;
+    const double target = m_store.expanded() ? L::expandedRadius : L::collapsedRadius;
     m_radiusAnimation->stop();
     if (m_animated && isVisible()) {
         m_radiusAnimation->setStartValue(m_radius);
@@ -313,11 +334,12 @@ void NotchView::relayout() {
         m_peekButton->hide();
         layoutExpanded();
     } else if (m_store.peeking()) {
-        // Below the notch: a 16-point strip with the 14 x 12 head centred and bottom-aligned.
+        // Below the notch: the lip's strip with the head centred and bottom-aligned.
         const double top = std::max(0.0, m_store.notchHeight());
-        m_peekButton->setGeometry(QRectF(0, top, width(), peekStripHeight).toAlignedRect());
-        m_peekGlyph->setGeometry(QRectF(std::round((width() - peekGlyphWidth) / 2),
-                                        peekStripHeight - peekGlyphHeight, peekGlyphWidth, peekGlyphHeight)
+        m_peekButton->setGeometry(QRectF(0, top, width(), L::lipHeight).toAlignedRect());
+        m_peekGlyph->setGeometry(QRectF(std::round((width() - L::peekGlyphWidth) / 2),
+                                        L::lipHeight - L::peekGlyphHeight, L::peekGlyphWidth,
+                                        L::peekGlyphHeight)
                                      .toAlignedRect());
         m_peekButton->show();
     } else {
@@ -328,27 +350,30 @@ void NotchView::relayout() {
 
 void NotchView::layoutExpanded() {
     const double w = width();
-    const double rowHeight = std::max(m_store.notchHeight(), minimumScoresHeight);
-    const double rowLeft = bodyPaddingX + scoresPaddingX;
+    const double rowHeight = L::scoreRowHeight(m_store.notchHeight());
+    const double rowLeft = L::bodyPaddingX + L::scoresPaddingX;
     const double rowWidth = std::max(0.0, w - 2 * rowLeft);
-    const double gap = std::max(0.0, m_store.notchWidth()) + notchGapExtra;
+    const double gap = std::max(0.0, m_store.notchWidth()) + L::notchGapExtra;
     const double side = std::max(0.0, (rowWidth - gap) / 2);
-    m_bestScore->setGeometry(QRectF(rowLeft, bodyPaddingTop, side, rowHeight).toAlignedRect());
+    m_bestScore->setGeometry(QRectF(rowLeft, L::bodyPaddingTop, side, rowHeight).toAlignedRect());
     m_currentScore->setGeometry(
-        QRectF(rowLeft + side + gap, bodyPaddingTop, side, rowHeight).toAlignedRect());
+        QRectF(rowLeft + side + gap, L::bodyPaddingTop, side, rowHeight).toAlignedRect());
 
-    const double runwayTop = bodyPaddingTop + rowHeight;
-    const double runwayHeight = m_store.roomy() ? roomyRunwayHeight : NotchView::runwayHeight;
+    // The runway fills the width between the paddings; below the control row
+    // PanelLayout leaves bodyPaddingBottom for the rounded corners.
+    const double runwayTop = L::bodyPaddingTop + rowHeight;
+    const double runwayHeight = L::runwayHeightFor(m_store.roomy());
     m_runway->setGeometry(
-        QRectF(bodyPaddingX, runwayTop, std::max(0.0, w - 2 * bodyPaddingX), runwayHeight).toAlignedRect());
+        QRectF(L::bodyPaddingX, runwayTop, std::max(0.0, w - 2 * L::bodyPaddingX), runwayHeight)
+            .toAlignedRect());
     layoutControlRow(runwayTop + runwayHeight);
 }
 
 void NotchView::layoutControlRow(double top) {
-    const double left = bodyPaddingX;
-    const double right = width() - bodyPaddingX;
+    const double left = L::bodyPaddingX;
+    const double right = width() - L::bodyPaddingX;
     auto place = [top](QWidget* item, double x, double itemWidth) {
-        item->setGeometry(QRectF(x, top, itemWidth, controlRowHeight).toAlignedRect());
+        item->setGeometry(QRectF(x, top, itemWidth, L::controlRowHeight).toAlignedRect());
     };
 
     double x = left;

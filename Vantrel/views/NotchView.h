@@ -6,6 +6,8 @@
 #include <QPoint>
 #include <QWidget>
 
+#include <cstdint>
+
 class QVariantAnimation;
 
 namespace vantrel {
@@ -19,28 +21,19 @@ class RunwayView;
 // The content of the notch panel: a black notch-shaped area that is just the
 // notch while collapsed, shows the peeking dinosaur's head below it while
 // peeking, and, expanded, holds the scores beside the notch, the runway and
-// the control row. It keeps no state of its own and follows the store.
-//
-// The panel reacts to the requests: expanding on openRequested, collapsing on
-// closeRequested, and showing the options menu at the given global position.
+// the control row; its measurements are PanelLayout's. It reads the store and
+// never changes it: what the player asks for leaves it as a signal, wired to
+// the store and the panel in one place (makeNotchView in NotchPanelController.cpp).
 class NotchView : public QWidget {
     Q_OBJECT
     Q_PROPERTY(double shapeRadius READ shapeRadius WRITE setShapeRadius)
 
 public:
-    static constexpr double expandedRadius = 25;
-    static constexpr double collapsedRadius = 13;
-    static constexpr double runwayHeight = 110;
-    static constexpr double roomyRunwayHeight = 140;
-    static constexpr double controlRowHeight = 28;
-    static constexpr double peekStripHeight = 16;
-
-    // The panel's accent: sRGB (0.72, 0.91, 0.76). The runway keeps its own,
-    // (0.7, 0.91, 0.76); the two differ on purpose.
+    // The panel's accent and the runway's (ViewPalette).
     static QColor defaultMint();
     static QColor runwayMint();
 
-    explicit NotchView(GameStore& store, QColor arcadeMint = defaultMint(), QWidget* parent = nullptr);
+    explicit NotchView(const GameStore& store, QColor arcadeMint = defaultMint(), QWidget* parent = nullptr);
     ~NotchView() override;
 
     double shapeRadius() const { return m_radius; }
@@ -56,9 +49,18 @@ public:
     RunwayView* runway() const { return m_runway; }
 
 signals:
+    // The peek was clicked: expand the panel.
     void openRequested();
+    // ESC BACK was clicked: collapse the panel.
     void closeRequested();
+    // The options button was clicked: show the menu at this global position.
     void optionsRequested(QPoint globalPos);
+    // The game action (start, jump, resume, retry): the Space hint, the card or the playfield.
+    void actRequested();
+    // The pause button: pause a running run, resume a paused one.
+    void pauseRequested();
+    // The sound button: turn sound on if it is off, off if it is on.
+    void soundToggleRequested();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -70,17 +72,24 @@ private:
     void relayout();
     void layoutExpanded();
     void layoutControlRow(double top);
-    void syncTexts();
+    void syncPhaseTexts();
+    void syncBestText();
+    void syncSoundTexts();
+    void syncRunTexts();
     void onExpandedChanged();
+    void onPhaseChanged();
     void onRunnerChanged();
     QString spaceLabel() const;
 
-    GameStore& m_store;
+    const GameStore& m_store;
     QColor m_mint;
     double m_radius;
     bool m_animated = true;
     QVariantAnimation* m_radiusAnimation;
-    RunPhase m_phase;
+    // What the score and the speed meter show, so a frame that changes
+    // neither repaints and renames nothing.
+    int64_t m_shownScore = -1;
+    int64_t m_shownSpeedLevel = -1;
 
     PaintedButton* m_peekButton;
     PeekingDinoGlyph* m_peekGlyph;

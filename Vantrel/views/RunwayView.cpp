@@ -1,24 +1,19 @@
 #include "Vantrel/views/RunwayView.h"
 
 #include "Vantrel/GameStore.h"
-#include "Vantrel/pixels/PixelDino.h"
 #include "Vantrel/pixels/RetroFont.h"
 #include "Vantrel/views/PaintedButton.h"
 #include "Vantrel/views/ViewAccessibility.h"
+#include "Vantrel/views/ViewPalette.h"
 
 #include <QMouseEvent>
 #include <QPainter>
-#include <QPainterPath>
 
 #include <cmath>
 
 namespace vantrel {
 
 namespace {
-
-QColor white(double opacity) {
-    return QColor::fromRgbF(1, 1, 1, static_cast<float>(opacity));
-}
 
 // Pixel-font sizes of the overlay texts, in view points (they do not scale).
 constexpr int headlineSize = 11;
@@ -29,109 +24,13 @@ constexpr int readySize = 10;
 constexpr int awardSize = 7;
 constexpr int duckHintSize = 6;
 
-constexpr double cardLeading = 119;   // world points: the card starts right of the dinosaur
-constexpr double cardBottom = 21;     // world points of padding under the card
-constexpr double cardPaddingY = 12;   // view points above and below the card's texts
-constexpr double cardLineSpacing = 4; // view points between the card's lines
-constexpr double hintTopPadding = 5;
-constexpr double readyBottomPadding = 20;
-constexpr double noticeTop = 4;
-
-constexpr double standingPixel = 1.7;
-constexpr double speckSpacing = 27.3;
-constexpr double cloudSpacing = 187;
-constexpr double cloudWrap = 561;
-constexpr double cloudDrift = 0.13; // of the ground's speed
-constexpr double dustPeriod = 12;
-
-QPen flatPen(const QColor& color, double width) {
-    QPen pen(color, width);
-    pen.setCapStyle(Qt::FlatCap);
-    pen.setJoinStyle(Qt::MiterJoin);
-    return pen;
-}
-
-void drawLandscape(QPainter& painter, double distance, double groundY) {
-    // The ground: a one-point line on groundY + 0.5, filled as the rectangle it covers.
-    // Qt strokes an antialiased line pixel by pixel and hands so many spans to its
-    // worker threads that the handover cost more than drawing the rest of the frame.
-    painter.fillRect(QRectF(0, groundY, RunwayView::worldWidth, 1), white(0.24));
-
-    const QColor speck = white(0.2);
-    const double speckShift = std::fmod(distance, speckSpacing);
-    for (int i = 0; i <= 24; ++i) {
-        const double x = i * speckSpacing - speckShift;
-        const double y = groundY + (i % 2 == 0 ? 5 : 8);
-        const double width = i % 3 == 0 ? 4 : 1.5;
-        painter.fillRect(QRectF(x, y, width, 1), speck);
-    }
-
-    painter.setPen(flatPen(white(0.1), 1));
-    const double cloudShift = std::fmod(distance * cloudDrift, cloudWrap);
-    for (int i = 0; i <= 2; ++i) {
-        const double x0 = i * cloudSpacing + 130 - cloudShift;
-        const double top = i % 2 == 0 ? 15 : 29;
-        const QPointF points[] = {
-            {x0, top + 6},  {x0 + 6, top + 6},  {x0 + 6, top + 3},  {x0 + 11, top + 3}, {x0 + 11, top},
-            {x0 + 18, top}, {x0 + 18, top + 3}, {x0 + 23, top + 3}, {x0 + 23, top + 6}, {x0 + 29, top + 6},
-        };
-        painter.drawPolyline(points, std::size(points));
-    }
-}
-
-void addCactus(QPainterPath& path, double x, double h, double groundY) {
-    const double t = groundY - h;
-    path.addRect(QRectF(x + 6, t, 4, h));                  // trunk
-    path.addRect(QRectF(x, t + 6, 3, 0.45 * h));           // left arm, upright
-    path.addRect(QRectF(x + 2, groundY - 0.38 * h, 5, 3)); // left arm, joint
-    path.addRect(QRectF(x + 13, t + 3, 3, 0.43 * h));      // right arm, upright
-    path.addRect(QRectF(x + 9, groundY - 0.52 * h, 6, 3)); // right arm, joint
-}
-
-void drawCactus(QPainter& painter, const Obstacle& obstacle, double groundY) {
-    QPainterPath path;
-    path.setFillRule(Qt::WindingFill);
-    addCactus(path, obstacle.x, obstacle.height, groundY);
-    if (obstacle.clustered) {
-        const int n = std::max(static_cast<int>((obstacle.width - 2) / 14), 2);
-        for (int i = 1; i <= n - 1; ++i) {
-            addCactus(path, obstacle.x + 14.0 * i, 0.8 * obstacle.height, groundY);
-        }
-    }
-    PixelDino::fillFigure(painter, path, white(0.82));
-}
-
-void drawDinosaur(QPainter& painter, const Runner& runner, double groundY) {
-    const bool running = runner.phase() == RunPhase::running;
-    const bool onGround = runner.height() <= 0;
-    if (runner.downHeld() && onGround && running) {
-        PixelDino::drawDucking(painter, QPointF(Runner::dinoX, groundY - Runner::duckHeight),
-                               static_cast<int64_t>(runner.elapsed() * 12));
-        return;
-    }
-
-    PixelDino::Rows feet = PixelDino::feetRest;
-    if (running && onGround) {
-        const bool even = (static_cast<int64_t>(runner.elapsed() * 10) & 1) == 0;
-        feet = even ? PixelDino::Rows(PixelDino::feetA) : PixelDino::Rows(PixelDino::feetB);
-    }
-    const double top = groundY - Runner::dinoHeight - runner.height();
-    PixelDino::fillFigure(painter, PixelDino::standingPath(feet, QPointF(Runner::dinoX, top), standingPixel),
-                          QColor::fromRgbF(0.92f, 0.92f, 0.92f, 1));
-
-    if (runner.phase() == RunPhase::over) {
-        // An X over the eye (body row 2, column 10).
-        QPainterPath mark;
-        mark.moveTo(65, top + 3.4);
-        mark.lineTo(68.4, top + 6.8);
-        mark.moveTo(68.4, top + 3.4);
-        mark.lineTo(65, top + 6.8);
-        painter.save();
-        painter.setRenderHint(QPainter::Antialiasing, true);
-        painter.strokePath(mark, flatPen(Qt::black, 1.36));
-        painter.restore();
-    }
-}
+constexpr double cardLeading = 119;       // world points: the card starts right of the dinosaur
+constexpr double cardBottom = 21;         // world points of padding under the card
+constexpr double cardPaddingY = 12;       // view points above and below the card's texts
+constexpr double cardLineSpacing = 4;     // view points between the card's lines
+constexpr double hintTopPadding = 5;      // view points more above the ready card's key hint
+constexpr double readyBottomPadding = 20; // view points: "READY..." sits this much above the centre, doubled
+constexpr double noticeTop = 4;           // view points from the top to the award or duck notice
 
 } // namespace
 
@@ -143,9 +42,8 @@ struct RunwayView::CardLines {
     QString hint; // empty when there is none
 };
 
-RunwayView::RunwayView(GameStore& store, std::function<void()> action, QColor mint, QWidget* parent)
-    : QWidget(parent), m_store(store), m_action(std::move(action)), m_mint(mint),
-      m_shownPhase(store.runner().phase()) {
+RunwayView::RunwayView(const GameStore& store, QColor mint, QWidget* parent)
+    : QWidget(parent), m_store(store), m_mint(mint) {
     installViewAccessibility();
     setObjectName(QStringLiteral("runway"));
     m_card = new PaintedButton(
@@ -155,6 +53,7 @@ RunwayView::RunwayView(GameStore& store, std::function<void()> action, QColor mi
     connect(m_card, &QAbstractButton::clicked, this, &RunwayView::performAction);
 
     connect(&m_store, &GameStore::runnerChanged, this, &RunwayView::onRunnerChanged);
+    connect(&m_store, &GameStore::phaseChanged, this, &RunwayView::layoutCard);
     connect(&m_store, &GameStore::roomyChanged, this, &RunwayView::layoutCard);
     connect(&m_store, &GameStore::isNewBestChanged, this, &RunwayView::layoutCard);
     for (auto signal : {&GameStore::awardChanged, &GameStore::awardRemainingChanged,
@@ -228,9 +127,7 @@ QString RunwayView::notice() const {
 }
 
 void RunwayView::performAction() {
-    if (m_action) {
-        m_action();
-    }
+    emit actRequested();
 }
 
 QRectF RunwayView::cardRect() const {
@@ -238,51 +135,12 @@ QRectF RunwayView::cardRect() const {
 }
 
 void RunwayView::paintCanvas(QPainter& painter, const Runner& runner, QSizeF size) {
-    if (size.width() <= 0 || size.height() <= 0) {
-        return;
-    }
-    const double s = size.width() / worldWidth;
-    const double groundY = size.height() / s - groundMargin;
-
-    painter.save();
-    painter.scale(s, s);
-    drawLandscape(painter, runner.distance(), groundY);
-    for (const Obstacle& obstacle : runner.obstacles()) {
-        if (obstacle.kind == ObstacleKind::cactus) {
-            drawCactus(painter, obstacle, groundY);
-        } else {
-            PixelDino::drawFlyer(painter, QPointF(obstacle.x, groundY - obstacle.elevation - obstacle.height),
-                                 static_cast<int64_t>(runner.elapsed() * 7));
-        }
-    }
-    drawDinosaur(painter, runner, groundY);
-    if (runner.phase() == RunPhase::running && runner.height() <= 0) {
-        painter.fillRect(QRectF(36 - std::fmod(runner.distance(), dustPeriod), groundY - 2, 5, 1),
-                         white(0.3));
-    }
-    painter.restore();
+    RunwayPainter::paintCanvas(painter, runner, size);
 }
 
 void RunwayView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    const Runner& runner = m_store.runner();
-    if (runner.phase() == RunPhase::paused) {
-        // The whole canvas fades as one layer, so overlapping figures do not
-        // show through each other.
-        const double dpr = painter.device()->devicePixelRatioF();
-        QImage layer((QSizeF(size()) * dpr).toSize(), QImage::Format_ARGB32_Premultiplied);
-        layer.setDevicePixelRatio(dpr);
-        layer.fill(Qt::transparent);
-        {
-            QPainter layerPainter(&layer);
-            paintCanvas(layerPainter, runner, size());
-        }
-        painter.setOpacity(0.3);
-        painter.drawImage(QPointF(0, 0), layer);
-        painter.setOpacity(1);
-    } else {
-        paintCanvas(painter, runner, size());
-    }
+    RunwayPainter::paintFrame(painter, m_store.runner(), size());
     paintOverlay(painter);
 }
 
@@ -296,7 +154,7 @@ void RunwayView::paintOverlay(QPainter& painter) const {
         const QSizeF box = RetroFont::textSize(text, readySize);
         const double top = std::round((height() - box.height() - readyBottomPadding) / 2);
         RetroFont::drawText(painter, QPointF(std::round((width() - box.width()) / 2), top), text, readySize,
-                            white(0.8));
+                            ViewPalette::white(0.8));
         return;
     }
     const QString text = notice();
@@ -318,7 +176,7 @@ RunwayView::CardLines RunwayView::cardLines() const {
     CardLines lines;
     lines.headline = headline(phase, m_store.isNewBest());
     lines.headlineSize = m_store.roomy() ? roomyHeadlineSize : headlineSize;
-    lines.headlineColor = phase == RunPhase::over && m_store.isNewBest() ? m_mint : white(0.92);
+    lines.headlineColor = phase == RunPhase::over && m_store.isNewBest() ? m_mint : ViewPalette::white(0.92);
     lines.subtitle = subtitle(phase, m_store.runner().score());
     if (phase == RunPhase::ready) {
         lines.hint = QStringLiteral("↑ JUMP   ↓ DUCK");
@@ -328,7 +186,6 @@ RunwayView::CardLines RunwayView::cardLines() const {
 
 void RunwayView::layoutCard() {
     const RunPhase phase = m_store.runner().phase();
-    m_shownPhase = phase;
     if (phase == RunPhase::running) {
         m_card->hide();
         update();
@@ -357,18 +214,16 @@ void RunwayView::paintCard(QPainter& painter, const QRectF&) const {
     double y = cardPaddingY;
     RetroFont::drawText(painter, QPointF(0, y), lines.headline, lines.headlineSize, lines.headlineColor);
     y += RetroFont::textSize(lines.headline, lines.headlineSize).height() + cardLineSpacing;
-    RetroFont::drawText(painter, QPointF(0, y), lines.subtitle, subtitleSize, white(0.48));
+    RetroFont::drawText(painter, QPointF(0, y), lines.subtitle, subtitleSize, ViewPalette::white(0.48));
     if (!lines.hint.isEmpty()) {
         y += RetroFont::textSize(lines.subtitle, subtitleSize).height() + cardLineSpacing + hintTopPadding;
-        RetroFont::drawText(painter, QPointF(0, y), lines.hint, hintSize, white(0.32));
+        RetroFont::drawText(painter, QPointF(0, y), lines.hint, hintSize, ViewPalette::white(0.32));
     }
 }
 
+// Every frame while running. A change of phase re-lays the card through phaseChanged.
 void RunwayView::onRunnerChanged() {
-    const RunPhase phase = m_store.runner().phase();
-    if (phase != m_shownPhase) {
-        layoutCard();
-    } else if (phase == RunPhase::over) {
+    if (m_store.runner().phase() == RunPhase::over) {
         m_card->update(); // the score line
     }
     update();

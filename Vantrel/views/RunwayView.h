@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vantrel/views/RunwayPainter.h"
 #include "VantrelCore/RunPhase.h"
 
 #include <QColor>
@@ -7,29 +8,26 @@
 #include <QWidget>
 
 #include <cstdint>
-#include <functional>
 
 namespace vantrel {
 
 class GameStore;
 class PaintedButton;
 class Runner;
-struct Obstacle;
 
-// One frame of the game: landscape, obstacles and the dinosaur, drawn from the
-// store's state, with the phase's card or the "READY..." text and the award or
-// duck notice on top. The world is 440 points wide and scaled to the view's
-// width; the ground lies 10 world points above the bottom edge. Clicks on the
-// playfield perform the game action while a run is running; in the other
-// phases the card is the button.
+// One frame of the game: the world as RunwayPainter draws it from the store's
+// run, with the phase's card or the "READY..." text and the award or duck
+// notice on top. It reads the store and never changes it: a click on the
+// playfield while a run is running, or on the card in the other phases, is
+// reported as actRequested.
 class RunwayView : public QWidget {
     Q_OBJECT
 
 public:
-    static constexpr double worldWidth = 440;
-    static constexpr double groundMargin = 10; // world points below the ground line
+    static constexpr double worldWidth = RunwayPainter::worldWidth;
+    static constexpr double groundMargin = RunwayPainter::groundMargin;
 
-    RunwayView(GameStore& store, std::function<void()> action, QColor mint, QWidget* parent = nullptr);
+    RunwayView(const GameStore& store, QColor mint, QWidget* parent = nullptr);
 
     // The phase's texts, and the name of the playfield's accessible action.
     static QString headline(RunPhase phase, bool isNewBest);
@@ -41,15 +39,18 @@ public:
     // hint), or an empty string.
     QString notice() const;
 
-    // Performs the game action, as a click on the card or the playfield does.
+    // Asks for the game action, as a click on the card or the playfield does.
     void performAction();
 
-    // The landscape, obstacles, dinosaur and dust of `runner` for a canvas of
-    // `size` view points, into a painter whose origin is the canvas's top-left.
+    // The landscape, obstacles, dinosaur and dust of `runner` (RunwayPainter::paintCanvas).
     static void paintCanvas(QPainter& painter, const Runner& runner, QSizeF size);
 
     // The card's rectangle in view coordinates (empty while running).
     QRectF cardRect() const;
+
+signals:
+    // The player asked for the game action (start, jump, resume or retry).
+    void actRequested();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -65,11 +66,9 @@ private:
     void paintCard(QPainter& painter, const QRectF& rect) const;
     void paintOverlay(QPainter& painter) const;
 
-    GameStore& m_store;
-    std::function<void()> m_action;
+    const GameStore& m_store;
     QColor m_mint;
     PaintedButton* m_card;
-    RunPhase m_shownPhase;
 };
 
 } // namespace vantrel

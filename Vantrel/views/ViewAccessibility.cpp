@@ -1,5 +1,7 @@
 #include "Vantrel/views/ViewAccessibility.h"
 
+#include "Vantrel/pixels/DinoGlyph.h"
+#include "Vantrel/pixels/PeekingDinoGlyph.h"
 #include "Vantrel/views/RunwayView.h"
 
 #include <QAccessible>
@@ -40,15 +42,14 @@ public:
     }
 };
 
-QAccessibleInterface* viewAccessibleFactory(const QString& className, QObject* object) {
-    if (!object || !object->isWidgetType()) {
-        return nullptr;
+// Matched by type, not by class name, so renaming a view cannot silently drop
+// its accessibility. Qt asks once per class up the object's hierarchy; the
+// first ask (the object's own class) already finds the answer.
+QAccessibleInterface* viewAccessibleFactory(const QString&, QObject* object) {
+    if (auto* runway = qobject_cast<RunwayView*>(object)) {
+        return new RunwayAccessible(runway);
     }
-    if (className == QLatin1String("vantrel::RunwayView")) {
-        return new RunwayAccessible(static_cast<RunwayView*>(object));
-    }
-    if (className == QLatin1String("vantrel::DinoGlyph") ||
-        className == QLatin1String("vantrel::PeekingDinoGlyph")) {
+    if (qobject_cast<DinoGlyph*>(object) || qobject_cast<PeekingDinoGlyph*>(object)) {
         return new HiddenAccessible(static_cast<QWidget*>(object));
     }
     return nullptr;

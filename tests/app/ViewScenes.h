@@ -29,18 +29,14 @@ struct Moment {
 };
 
 inline Runner runnerAt(const Moment& m) {
-    Runner runner(7);
-    RunnerTestAccess::setPhase(runner, m.phase);
-    RunnerTestAccess::setElapsed(runner, m.elapsed);
-    RunnerTestAccess::setDistance(runner, m.distance);
-    RunnerTestAccess::setHeight(runner, m.height);
-    RunnerTestAccess::setDownHeld(runner, m.downHeld);
-    RunnerTestAccess::setResumeGrace(runner, m.resumeGrace);
-    RunnerTestAccess::clearObstacles(runner);
-    for (const Obstacle& o : m.obstacles) {
-        RunnerTestAccess::addObstacle(runner, o);
-    }
-    return runner;
+    return Runner::posed({.phase = m.phase,
+                          .elapsed = m.elapsed,
+                          .distance = m.distance,
+                          .height = m.height,
+                          .downHeld = m.downHeld,
+                          .resumeGrace = m.resumeGrace,
+                          .obstacles = m.obstacles},
+                         7);
 }
 
 inline Obstacle cactus(double x, double height, double width = 16, bool clustered = false) {

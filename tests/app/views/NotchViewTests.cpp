@@ -1,6 +1,7 @@
 #include "PixelProbe.h"
 #include "ViewScenes.h"
 
+#include "Vantrel/panel/PanelLayout.h"
 #include "Vantrel/pixels/RetroFont.h"
 #include "Vantrel/views/NotchView.h"
 #include "Vantrel/views/RunwayView.h"
@@ -260,16 +261,31 @@ TEST_P(NotchViewTest, ControlRowNamesAndActions) {
     EXPECT_LT(options->geometry().right(), esc->geometry().left());
     EXPECT_EQ(esc->geometry().right() + 1, 460);
 
+    // Each button says what the player wants and leaves the store alone.
+    QSignalSpy act(&m_view, &NotchView::actRequested);
+    QSignalSpy pauseRequests(&m_view, &NotchView::pauseRequested);
+    QSignalSpy soundToggles(&m_view, &NotchView::soundToggleRequested);
     QSignalSpy close(&m_view, &NotchView::closeRequested);
     QSignalSpy menu(&m_view, &NotchView::optionsRequested);
     QTest::mouseClick(space, Qt::LeftButton);
-    EXPECT_EQ(store().runner().phase(), RunPhase::running);
+    EXPECT_EQ(act.count(), 1);
+    EXPECT_EQ(store().runner().phase(), RunPhase::ready);
     QTest::mouseClick(pause, Qt::LeftButton);
-    EXPECT_EQ(store().runner().phase(), RunPhase::paused);
+    EXPECT_EQ(pauseRequests.count(), 1);
+    EXPECT_EQ(store().runner().phase(), RunPhase::ready);
+    QTest::mouseClick(sound, Qt::LeftButton);
+    EXPECT_EQ(soundToggles.count(), 1);
+    EXPECT_FALSE(store().soundEnabled());
+    EXPECT_EQ(act.count(), 1);
+    EXPECT_EQ(pauseRequests.count(), 1);
+
+    // The names follow the store when it changes.
+    store().act();
+    EXPECT_EQ(pause->accessibleName(), "Pause");
+    store().pause();
     EXPECT_EQ(pause->accessibleName(), "Resume");
     EXPECT_EQ(space->accessibleName(), "Resume game");
-    QTest::mouseClick(sound, Qt::LeftButton);
-    EXPECT_TRUE(store().soundEnabled());
+    store().setSoundEnabled(true);
     EXPECT_EQ(sound->toolTip(), "Mute sound");
     EXPECT_EQ(sound->accessibleName(), "Mute sound");
     QTest::mouseClick(options, Qt::LeftButton);
@@ -311,6 +327,67 @@ TEST_P(NotchViewTest, ExpandingHidesThePeekAndCollapsingHidesTheGame) {
     EXPECT_EQ(m_view.shapeRadius(), 13);
 }
 
+TEST_P(NotchViewTest, TheRunwaysActionLeavesAsTheViewsRequest) {
+    expand();
+    QSignalSpy act(&m_view, &NotchView::actRequested);
+    auto* card = child<QAbstractButton>("card");
+    ASSERT_NE(card, nullptr);
+    QTest::mouseClick(card, Qt::LeftButton, {}, QPoint(5, 5));
+    EXPECT_EQ(act.count(), 1);
+    EXPECT_EQ(store().runner().phase(), RunPhase::ready);
+}
+
+TEST_P(NotchViewTest, FollowsThePanelLayoutsMeasurements) {
+    expand();
+    const double row = PanelLayout::scoreRowHeight(store().notchHeight());
+    const QRect runway = child("runway")->geometry();
+    EXPECT_EQ(runway.top(), PanelLayout::bodyPaddingTop + row);
+    EXPECT_EQ(runway.left(), PanelLayout::bodyPaddingX);
+    EXPECT_EQ(runway.width(), PanelLayout::runwayWidth);
+    EXPECT_EQ(runway.height(), PanelLayout::runwayHeight);
+    const QRect space = child("spaceHint")->geometry();
+    EXPECT_EQ(space.top(), runway.bottom() + 1);
+    EXPECT_EQ(space.height(), PanelLayout::controlRowHeight);
+    // What is left under the control row is the bottom padding.
+    EXPECT_EQ(m_view.height() - (space.bottom() + 1), PanelLayout::bodyPaddingBottom);
+    EXPECT_EQ(m_view.height(), row + PanelLayout::bodyHeight);
+}
+
 INSTANTIATE_TEST_SUITE_P(Scales, NotchViewTest, ::testing::Values(1.0, 2.0));
+
+} // namespace
+
+namespace {
+
+TEST(PanelLayoutTest, SizesAddUpFromTheNamedMeasurements) {
+    EXPECT_EQ(PanelLayout::bodyHeight, 9 + 110 + 28 + 17);
+    EXPECT_EQ(PanelLayout::roomyBodyHeight, 9 + 140 + 28 + 17);
+    EXPECT_EQ(PanelLayout::expandedWidthFor(false), 480);
+    EXPECT_EQ(PanelLayout::expandedWidthFor(true), 600);
+    // The score row is the notch's height, never less than 28.
+    EXPECT_EQ(PanelLayout::expandedHeight(32, false), 32 + 164);
+    EXPECT_EQ(PanelLayout::expandedHeight(0, false), 28 + 164);
+    EXPECT_EQ(PanelLayout::expandedHeight(37.5, true), 37.5 + 194);
+    // Collapsed: the notch and a 7-point ear each side; peeking adds the 16-point lip.
+    EXPECT_EQ(PanelLayout::collapsedWidth(180), 194);
+    EXPECT_EQ(PanelLayout::collapsedHeight(32, false), 32);
+    EXPECT_EQ(PanelLayout::collapsedHeight(32, true), 48);
+    EXPECT_EQ(PanelLayout::runwayHeightFor(true), 140);
+    EXPECT_LT(PanelLayout::collapsedRadius, PanelLayout::expandedRadius);
+}
+
+TEST(PanelLayoutTest, StoreSizesArePanelLayouts) {
+    StoreFixture fixture;
+    GameStore& store = fixture.store();
+    store.setNotchWidth(200);
+    store.setNotchHeight(38);
+    EXPECT_EQ(store.panelWidth(), PanelLayout::collapsedWidth(200));
+    store.setPeeking(true);
+    EXPECT_EQ(store.panelHeight(), PanelLayout::collapsedHeight(38, true));
+    store.setExpanded(true);
+    store.setRoomy(true);
+    EXPECT_EQ(store.panelWidth(), 600);
+    EXPECT_EQ(store.panelHeight(), 38 + 194);
+}
 
 } // namespace

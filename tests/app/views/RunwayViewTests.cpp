@@ -8,6 +8,7 @@
 
 #include <QAbstractButton>
 #include <QAccessible>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -60,9 +61,9 @@ void expectCells(const QImage& image, const Bitmap& rows, QPointF origin, double
 
 class RunwayViewTest : public ::testing::TestWithParam<double> {
 protected:
-    RunwayViewTest()
-        : m_view(
-              m_fixture.store(), [this] { ++m_actions; }, NotchView::runwayMint()) {}
+    RunwayViewTest() : m_view(m_fixture.store(), NotchView::runwayMint()) {
+        QObject::connect(&m_view, &RunwayView::actRequested, [this] { ++m_actions; });
+    }
 
     GameStore& store() { return m_fixture.store(); }
     double dpr() const { return GetParam(); }
@@ -360,5 +361,22 @@ TEST_P(RunwayViewTest, AwardNoticeWinsOverTheDuckHint) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Scales, RunwayViewTest, ::testing::Values(1.0, 2.0));
+
+TEST_P(RunwayViewTest, AShownRunCarriesItsBannersAndPhase) {
+    QSignalSpy phase(&store(), &GameStore::phaseChanged);
+    store().showRun(Runner::posed({.phase = RunPhase::running, .elapsed = 0.05, .distance = 3600}),
+                    {.award = ScoreAward::milestone(300), .awardRemaining = 1.0});
+    EXPECT_EQ(phase.count(), 1);
+    EXPECT_EQ(store().runner().score(), 300);
+    EXPECT_EQ(m_view.notice(), "300 POINTS!");
+    EXPECT_TRUE(m_view.cardRect().isEmpty());
+    EXPECT_FALSE(store().clockRunning());
+    store().showRun(Runner::posed({.phase = RunPhase::over, .distance = 1300}), {.isNewBest = true});
+    EXPECT_EQ(phase.count(), 2);
+    EXPECT_TRUE(store().isNewBest());
+    EXPECT_EQ(m_view.notice(), "");
+    EXPECT_FALSE(m_view.cardRect().isEmpty());
+    EXPECT_EQ(m_actions, 0);
+}
 
 } // namespace
