@@ -65,8 +65,8 @@ int64_t Runner::speedLevelAt(double elapsed) {
 RectList Runner::playerCollisionBoxes() const {
     RectList boxes;
     if (ducking()) {
-        boxes.push({54, 3, 29, 10});
-        boxes.push({77, 7, 10, 7}); // the head stretched forward
+        boxes.push({dinoX + 6, 3, 29, 10}); // body, flat on the ground
+        boxes.push({dinoX + 29, 7, 10, 7}); // the head stretched forward
         return boxes;
     }
     const double h = m_height;
@@ -184,8 +184,7 @@ void Runner::step(double dt) {
 
     // Ground motion at the speed reached by the end of the sub-step.
     const double elapsedAfter = m_elapsed + dt;
-    const double groundSpeed = std::min(initialSpeed + acceleration * elapsedAfter, maximumSpeed);
-    const double dx = groundSpeed * dt;
+    const double dx = speedAt(elapsedAfter) * dt;
     m_elapsed = elapsedAfter;
     m_distance += dx;
 

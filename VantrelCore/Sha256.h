@@ -1,7 +1,6 @@
 #pragma once
 
-#include <sodium.h>
-
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -18,7 +17,11 @@ public:
     static std::string hex(std::string_view bytes);
 
 private:
-    crypto_hash_sha256_state m_state;
+    // Room for libsodium's crypto_hash_sha256_state (104 bytes in libsodium
+    // 1.0.18), kept opaque so this header does not pull in <sodium.h>;
+    // Sha256.cpp checks at compile time that the state fits.
+    static constexpr std::size_t stateBytes = 128;
+    alignas(16) unsigned char m_state[stateBytes];
 };
 
 // Makes libsodium ready; safe to call any number of times from any thread.

@@ -2,6 +2,7 @@
 
 #include "Vantrel/update/QtUpdateDialogs.h"
 #include "Vantrel/update/ReleaseFeed.h"
+#include "Vantrel/update/UpdateDecisions.h"
 
 #include "VantrelCore/DecodingError.h"
 #include "VantrelCore/ReleaseError.h"
@@ -59,16 +60,15 @@ VeltUpdateManager::~VeltUpdateManager() {
 }
 
 QString VeltUpdateManager::unavailableText() {
-    return QStringLiteral("Vantrel couldn’t check or download updates right now. Please try again later.");
+    return UpdateDecisions::unavailableText();
 }
 
 QString VeltUpdateManager::updateInstructionsText() {
-    return QStringLiteral("Download the update, quit Vantrel, and replace your existing app.");
+    return UpdateDecisions::updateInstructionsText();
 }
 
 QString VeltUpdateManager::saveMessageText() {
-    return QStringLiteral("Save your verified Vantrel update. After you quit Vantrel, replace your existing "
-                          "app with the new one.");
+    return UpdateDecisions::saveMessageText();
 }
 
 void VeltUpdateManager::checkForUpdates() {
@@ -111,14 +111,14 @@ QNetworkRequest VeltUpdateManager::request(const QUrl& url, int timeoutMs) const
 }
 
 void VeltUpdateManager::onFeedData(QNetworkReply* reply, qint64 received) {
-    // Refused as soon as the announced length or the bytes received pass the
-    // limit, so an oversized answer is never read in full.
-    const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
-    const qint64 limit = static_cast<qint64>(ReleaseFeed::maximumBodyBytes);
     if (m_tooLarge) {
         return;
     }
-    if ((length.isValid() && length.toLongLong() > limit) || received > limit) {
+    const QVariant length = reply->header(QNetworkRequest::ContentLengthHeader);
+    const std::optional<qint64> announced =
+        length.isValid() ? std::optional(length.toLongLong()) : std::nullopt;
+    if (UpdateDecisions::exceedsLimit(announced, received,
+                                      static_cast<qint64>(ReleaseFeed::maximumBodyBytes))) {
         m_tooLarge = true;
         reply->abort();
     }
@@ -127,20 +127,12 @@ void VeltUpdateManager::onFeedData(QNetworkReply* reply, qint64 received) {
 void VeltUpdateManager::onFeedFinished(QNetworkReply* reply) {
     reply->deleteLater();
     m_reply.clear();
-    const int status = httpStatus(reply);
-    if (m_tooLarge) {
-        fail(unavailableText());
-        return;
-    }
-    // A failure of the connection itself, before or during the answer. (An
-    // HTTP error status also sets an error; the status check below covers it.)
-    if (reply->error() != QNetworkReply::NoError && (status == 0 || status == 200)) {
-        fail(networkFailureText(reply));
-        return;
-    }
-    const QByteArray body = reply->readAll();
-    if (status != 200 || body.size() > static_cast<qsizetype>(ReleaseFeed::maximumBodyBytes)) {
-        fail(unavailableText());
+    const UpdateDecisions::TransferEnd transfer = transferEnd(reply);
+    // Nothing is read from a cut-off or failed answer.
+    const QByteArray body =
+        transfer.cutOff || transfer.error != QNetworkReply::NoError ? QByteArray() : reply->readAll();
+    if (const std::optional<QString> failure = UpdateDecisions::feedFailure(transfer, body.size())) {
+        fail(*failure);
         return;
     }
     offerRelease(body);
@@ -155,25 +147,21 @@ void VeltUpdateManager::offerRelease(const QByteArray& body) {
         if (artifact) {
             release = VeltRelease::verify(*artifact, m_configuration.releasePublicKey.toStdString());
         }
-        if (!release || installedBuild(m_environment.info) >= release->build) {
-            alert({QStringLiteral("You’re up to date."),
-                   QStringLiteral("You have the latest available version of Vantrel."),
-                   {}});
-        } else if (!release->isCompatible(m_environment.system)) {
-            alert({QStringLiteral("Vantrel"),
-                   QStringLiteral("Vantrel %1 needs Linux %2 or later.")
-                       .arg(fromStd(release->version), fromStd(release->minimumOS)),
-                   {}});
-        } else {
-            const int choice =
-                alert({QStringLiteral("Vantrel %1 is ready.").arg(fromStd(release->version)),
-                       fromStd(release->notes) + QStringLiteral("\n\n") + updateInstructionsText(),
-                       {QStringLiteral("Download Update"), QStringLiteral("Later")}});
-            if (self && choice == 0) {
+        switch (
+            UpdateDecisions::offerFor(release, installedBuild(m_environment.info), m_environment.system)) {
+        case UpdateDecisions::Offer::upToDate:
+            alert(UpdateDecisions::upToDateAlert());
+            break;
+        case UpdateDecisions::Offer::incompatible:
+            alert(UpdateDecisions::incompatibleAlert(*release));
+            break;
+        case UpdateDecisions::Offer::download:
+            if (const int choice = alert(UpdateDecisions::offerAlert(*release)); self && choice == 0) {
                 m_release = std::move(release);
                 startDownload();
                 return; // the download finishes the check
             }
+            break;
         }
     } catch (const ReleaseError& error) {
         showError(QString::fromUtf8(error.what()));
@@ -235,18 +223,15 @@ void VeltUpdateManager::onDownloadFinished(QNetworkReply* reply) {
     if (!m_tooLarge && m_writeError.isEmpty()) {
         onDownloadData(reply);
     }
-    const int status = httpStatus(reply);
-    QString failure;
+    UpdateDecisions::DownloadEnd end;
+    end.transfer = transferEnd(reply);
+    end.writeError = m_writeError;
+    end.https = reply->url().scheme() == QLatin1String("https");
+    end.complete = !m_tooLarge && m_writeError.isEmpty() && m_download && m_download->flush() &&
+                   m_download->size() == m_release->bytes;
+    std::optional<QString> failure = UpdateDecisions::downloadFailure(end);
     QByteArray data;
-    if (!m_writeError.isEmpty()) {
-        failure = m_writeError;
-    } else if (!m_tooLarge && reply->error() != QNetworkReply::NoError && (status == 0 || status == 200)) {
-        failure = networkFailureText(reply);
-    } else if (status != 200 || reply->url().scheme() != QLatin1String("https")) {
-        failure = unavailableText();
-    } else if (m_tooLarge || !m_download->flush() || m_download->size() != m_release->bytes) {
-        failure = QString::fromUtf8(ReleaseError::invalidRelease().what());
-    } else {
+    if (!failure) {
         m_download->seek(0);
         data = m_download->readAll();
         try {
@@ -259,8 +244,8 @@ void VeltUpdateManager::onDownloadFinished(QNetworkReply* reply) {
     }
     // The temporary file goes whatever happened; only verified bytes in memory remain.
     m_download.reset();
-    if (!failure.isEmpty()) {
-        fail(failure);
+    if (failure) {
+        fail(*failure);
         return;
     }
     saveVerified(data);
@@ -268,7 +253,7 @@ void VeltUpdateManager::onDownloadFinished(QNetworkReply* reply) {
 
 void VeltUpdateManager::saveVerified(const QByteArray& data) {
     const QPointer<VeltUpdateManager> self(this);
-    const QString proposedName = QStringLiteral("Vantrel-%1.zip").arg(fromStd(m_release->version));
+    const QString proposedName = UpdateDecisions::proposedFileName(*m_release);
     const std::optional<QString> path = m_dialogs->chooseSaveLocation(proposedName, saveMessageText());
     if (!self) {
         return;
@@ -287,13 +272,8 @@ void VeltUpdateManager::saveVerified(const QByteArray& data) {
     }
 }
 
-QString VeltUpdateManager::networkFailureText(QNetworkReply* reply) const {
-    // A transfer timeout shows as a cancelled operation; say what it means instead.
-    if (reply->error() == QNetworkReply::OperationCanceledError ||
-        reply->error() == QNetworkReply::TimeoutError) {
-        return unavailableText();
-    }
-    return reply->errorString();
+UpdateDecisions::TransferEnd VeltUpdateManager::transferEnd(QNetworkReply* reply) const {
+    return {m_tooLarge, reply->error(), reply->errorString(), httpStatus(reply)};
 }
 
 void VeltUpdateManager::fail(const QString& description) {
@@ -306,7 +286,7 @@ void VeltUpdateManager::fail(const QString& description) {
 }
 
 void VeltUpdateManager::showError(const QString& description) {
-    alert({QStringLiteral("Vantrel"), description, {}});
+    alert(UpdateDecisions::errorAlert(description));
 }
 
 int VeltUpdateManager::alert(const UpdateAlert& content) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vantrel/update/UpdateDecisions.h"
 #include "Vantrel/update/UpdateDialogs.h"
 #include "Vantrel/update/VeltConfiguration.h"
 
@@ -28,6 +29,8 @@ namespace vantrel {
 // signed release, verifies it, tells the user the outcome and, if they agree,
 // downloads the archive, verifies its size and digest and lets them save it.
 // It never installs anything. Main thread only; one check at a time.
+// It fetches, asks and saves; what each outcome means (offer or not, which
+// failure to report) is decided by the pure functions in UpdateDecisions.
 class VeltUpdateManager : public QObject {
     Q_OBJECT
 public:
@@ -75,7 +78,7 @@ private:
     void fail(const QString& description); // shows the error alert and ends the check
     int alert(const UpdateAlert& content);
     QNetworkRequest request(const QUrl& url, int timeoutMs) const;
-    QString networkFailureText(QNetworkReply* reply) const;
+    UpdateDecisions::TransferEnd transferEnd(QNetworkReply* reply) const;
     void setChecking(bool checking);
     void finish();
 
