@@ -20,10 +20,10 @@ PanelKeyboard::~PanelKeyboard() {
 }
 
 void PanelKeyboard::stop() {
-    if (m_watching) {
+    if (m_watching && qApp != nullptr) {
         qApp->removeEventFilter(this);
-        m_watching = false;
     }
+    m_watching = false;
 }
 
 bool PanelKeyboard::forPanel(QObject* watched) const {

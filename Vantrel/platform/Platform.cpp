@@ -19,8 +19,13 @@ namespace vantrel::platform {
 
 namespace {
 
+// Qt runs on xcb, and this build has the X11 backend to serve it.
 bool onX11() {
+#if VANTREL_WITH_X11
     return QGuiApplication::platformName() == QLatin1String("xcb");
+#else
+    return false;
+#endif
 }
 
 } // namespace
@@ -48,12 +53,7 @@ PlatformServices makePlatformServices(const QSettings& settings) {
         services.notes << problem;
     }
 
-#if VANTREL_WITH_X11
-    const bool x11 = onX11();
-#else
-    const bool x11 = false;
-#endif
-    if (!x11) {
+    if (!onX11()) {
         services.notes << QStringLiteral("not on X11: hover sampling is polled and the previous window "
                                          "is not refocused");
         services.systemSignals = std::make_unique<SessionSignals>();

@@ -348,7 +348,7 @@ TEST_F(ControllerTest, TheViewsOptionsButtonBecomesTheControllersSignal) {
     EXPECT_EQ(spy.at(0).at(0).toPoint(), QPoint(700, 40));
 }
 
-TEST_F(ControllerTest, ScreenChangesAreReportedOncePerBurstAndNotAfterShutdown) {
+TEST_F(ControllerTest, AScreenChangeClosesThePlayfieldOnTheNextTurnButNotAfterShutdown) {
     auto controller = make();
     controller->springAnimator().setReduceMotion(true);
     ASSERT_TRUE(controller->expand());
@@ -367,6 +367,26 @@ TEST_F(ControllerTest, ScreenChangesAreReportedOncePerBurstAndNotAfterShutdown) 
     emit screen->geometryChanged(screen->geometry());
     QTest::qWait(20);
     EXPECT_TRUE(controller->store().expanded());
+}
+
+TEST(PanelScreensTest, ABurstOfChangesIsReportedOnceAndNothingAfterStop) {
+    platform::NoScreenNotch notches;
+    PanelScreens screens(notches);
+    QSignalSpy changed(&screens, &PanelScreens::changed);
+    QScreen* screen = QGuiApplication::primaryScreen();
+    ASSERT_NE(screen, nullptr);
+    emit screen->geometryChanged(screen->geometry());
+    emit screen->availableGeometryChanged(screen->availableGeometry());
+    emit qGuiApp->primaryScreenChanged(screen);
+    EXPECT_EQ(changed.count(), 0); // not while Qt is still updating its screen list
+    EXPECT_TRUE(changed.wait(1000));
+    QTest::qWait(20);
+    EXPECT_EQ(changed.count(), 1);
+
+    emit screen->geometryChanged(screen->geometry());
+    screens.stop(); // a burst under way is dropped too
+    QTest::qWait(20);
+    EXPECT_EQ(changed.count(), 1);
 }
 
 TEST(PanelScreensTest, KeepsTheChosenScreenWhenThePointerIsOffEveryScreen) {
