@@ -5,16 +5,14 @@
 #include "Vantrel/Logging.h"
 #include "Vantrel/panel/NotchHoverMonitor.h"
 #include "Vantrel/panel/NotchPanel.h"
-#include "Vantrel/panel/PanelKeys.h"
+#include "Vantrel/panel/PanelKeyboard.h"
+#include "Vantrel/panel/PanelScreens.h"
 #include "Vantrel/panel/PanelSpringAnimator.h"
 #include "Vantrel/views/NotchView.h"
 
 #include <QApplication>
 #include <QCursor>
-#include <QKeyEvent>
-#include <QScreen>
 #include <QSettings>
-#include <QTimer>
 #include <QWindow>
 
 #include <algorithm>
@@ -36,11 +34,8 @@ QWidget* makeNotchView(NotchPanelController& controller) {
     QObject::connect(view, &NotchView::openRequested, &controller, [&controller] { controller.expand(); });
     QObject::connect(view, &NotchView::closeRequested, &controller,
                      [&controller] { controller.collapse(true); });
-    QObject::connect(view, &NotchView::optionsRequested, &controller, [&controller](QPoint anchor) {
-        if (controller.showOptions) {
-            controller.showOptions(anchor);
-        }
-    });
+    QObject::connect(view, &NotchView::optionsRequested, &controller,
+                     &NotchPanelController::optionsRequested);
     return view;
 }
 
@@ -52,8 +47,15 @@ NotchPanelController::NotchPanelController(std::unique_ptr<QSettings> settings, 
     : QObject(parent), m_store(std::make_unique<GameStore>(std::move(settings), clock)),
       m_services(std::move(services)), m_panel(std::make_unique<NotchPanel>(*m_services.windowTraits)),
       m_hoverMonitor(new NotchHoverMonitor(*m_services.pointer, clock, this)),
-      m_springAnimator(new PanelSpringAnimator(clock, this)) {
-    m_springAnimator->setReduceMotion(m_services.systemSignals->reduceMotion());
+      m_springAnimator(new PanelSpringAnimator(clock, this)),
+      m_screens(new PanelScreens(*m_services.screenNotch, this)),
+      m_keyboard(new PanelKeyboard(*m_panel, *m_store, this)) {
+    if (!m_services.motion) {
+        m_services.motion = std::make_unique<platform::NullMotionPreference>();
+    }
+    m_springAnimator->setReduceMotion(m_services.motion->reduceMotion());
+    connect(m_services.motion.get(), &platform::MotionPreference::changed, this,
+            [this] { m_springAnimator->setReduceMotion(m_services.motion->reduceMotion()); });
     m_panel->setContent(contentFactory ? contentFactory(*this) : makeNotchView(*this));
 
     selectScreen(false);
@@ -64,19 +66,12 @@ NotchPanelController::NotchPanelController(std::unique_ptr<QSettings> settings, 
     m_hoverMonitor->setEnabled(m_store->hoverToPeek());
     m_hoverMonitor->start();
 
-    installKeyboardMonitor();
+    connect(m_keyboard, &PanelKeyboard::actionRequested, this, &NotchPanelController::perform);
+    // The panel's own activation, for the focus rules below.
+    m_panel->installEventFilter(this);
 
-    auto* app = qGuiApp;
-    connect(app, &QGuiApplication::screenAdded, this, [this](QScreen* screen) {
-        watchScreen(screen);
-        scheduleScreenChange();
-    });
-    connect(app, &QGuiApplication::screenRemoved, this, &NotchPanelController::scheduleScreenChange);
-    connect(app, &QGuiApplication::primaryScreenChanged, this, &NotchPanelController::scheduleScreenChange);
-    for (QScreen* screen : QGuiApplication::screens()) {
-        watchScreen(screen);
-    }
-    connect(app, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
+    connect(m_screens, &PanelScreens::changed, this, &NotchPanelController::screenChanged);
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
         if (state != Qt::ApplicationActive) {
             appDeactivated();
         }
@@ -92,36 +87,18 @@ NotchPanelController::NotchPanelController(std::unique_ptr<QSettings> settings, 
 }
 
 NotchPanelController::~NotchPanelController() {
+    // Also stops the keyboard and the screen watcher, which outlive the panel as children.
     shutdown();
     // The panel's content may refer to the store: let it go first.
     m_panel.reset();
 }
 
-void NotchPanelController::watchScreen(QScreen* screen) {
-    connect(screen, &QScreen::geometryChanged, this, &NotchPanelController::scheduleScreenChange);
-    connect(screen, &QScreen::availableGeometryChanged, this, &NotchPanelController::scheduleScreenChange);
-}
-
-// Screens come and go in bursts (a monitor added changes the others' geometry
-// too): handle the burst once, after Qt has finished updating its screen list.
-void NotchPanelController::scheduleScreenChange() {
-    if (m_screenChangePending || m_shutDown) {
-        return;
-    }
-    m_screenChangePending = true;
-    QTimer::singleShot(0, this, [this] {
-        m_screenChangePending = false;
-        screenChanged();
-    });
+QScreen* NotchPanelController::selectedScreen() const {
+    return m_screens->selected();
 }
 
 std::optional<PanelGeometry> NotchPanelController::geometry() const {
-    if (m_selectedScreen.isNull()) {
-        return std::nullopt;
-    }
-    QScreen* screen = m_selectedScreen.data();
-    return PanelGeometry(ScreenFacts{QRectF(screen->geometry()), QRectF(screen->availableGeometry()),
-                                     m_services.screenNotch->notchFor(screen)});
+    return m_screens->geometry();
 }
 
 QPointF NotchPanelController::pointerPosition() const {
@@ -129,26 +106,7 @@ QPointF NotchPanelController::pointerPosition() const {
 }
 
 void NotchPanelController::selectScreen(bool atPointer) {
-    QScreen* chosen = nullptr;
-    if (atPointer) {
-        QPointF pointer = pointerPosition();
-        for (QScreen* screen : QGuiApplication::screens()) {
-            if (QRectF(screen->geometry()).contains(pointer)) {
-                chosen = screen;
-                break;
-            }
-        }
-    }
-    if (chosen == nullptr) {
-        chosen = m_selectedScreen.data();
-    }
-    if (chosen == nullptr) {
-        chosen = QGuiApplication::primaryScreen();
-    }
-    if (chosen == nullptr && !QGuiApplication::screens().isEmpty()) {
-        chosen = QGuiApplication::screens().first();
-    }
-    m_selectedScreen = chosen;
+    m_screens->select(atPointer ? std::optional<QPointF>(pointerPosition()) : std::nullopt);
     std::optional<PanelGeometry> geo = geometry();
     if (!geo) {
         return;
@@ -193,7 +151,7 @@ bool NotchPanelController::isOwnWindow(quint64 window) const {
 }
 
 bool NotchPanelController::expand() {
-    if (authorizePlay && !authorizePlay()) {
+    if (m_authorizePlay && !m_authorizePlay()) {
         qCDebug(lcPanel) << "expand refused: onboarding comes first";
         return false;
     }
@@ -263,12 +221,9 @@ void NotchPanelController::setPeekVisible(bool visible) {
     if (m_store->expanded() || m_store->peeking() == visible) {
         return;
     }
-    if (visible && !m_selectedScreen.isNull()) {
+    if (visible && selectedScreen() != nullptr) {
         // Over a full-screen window (a film, a game, a presentation) hovering never reveals the tab.
-        QScreen* screen = m_selectedScreen.data();
-        QRect pixels(screen->geometry().topLeft() * screen->devicePixelRatio(),
-                     screen->geometry().size() * screen->devicePixelRatio());
-        if (m_services.activeWindow->fullScreenOn(pixels)) {
+        if (m_services.activeWindow->fullScreenOn(selectedScreen())) {
             return;
         }
     }
@@ -300,7 +255,7 @@ void NotchPanelController::screenChanged() {
     }
     collapse(false);
     m_hoverMonitor->reset();
-    // m_selectedScreen clears itself when its screen is gone; then the primary screen takes over.
+    // The selected screen clears itself when it is gone; then the primary screen takes over.
     selectScreen(false);
     layout(false);
 }
@@ -328,48 +283,26 @@ void NotchPanelController::appDeactivated() {
     }
 }
 
-void NotchPanelController::installKeyboardMonitor() {
-    qApp->installEventFilter(this);
-    m_keyboardMonitor = true;
-}
-
 bool NotchPanelController::eventFilter(QObject* watched, QEvent* event) {
+    if (watched != m_panel.get()) {
+        return false;
+    }
     switch (event->type()) {
-    case QEvent::KeyPress:
-    case QEvent::KeyRelease:
-        return handleKey(watched, event);
     case QEvent::WindowActivate:
-        if (watched == m_panel.get()) {
-            qCDebug(lcPanel) << "panel has the keyboard";
-            m_hadKeyboard = m_store->expanded();
-        }
+        qCDebug(lcPanel) << "panel has the keyboard";
+        m_hadKeyboard = m_store->expanded();
         return false;
     case QEvent::WindowDeactivate:
-        if (watched == m_panel.get()) {
-            windowDidResignKey();
-        }
+        windowDidResignKey();
         return false;
     default:
         return false;
     }
 }
 
-bool NotchPanelController::handleKey(QObject* watched, QEvent* event) {
-    auto* widget = qobject_cast<QWidget*>(watched);
-    // Qt may leave the active window unset after a quick hide and show whose
-    // focus-out it has not processed yet (its focus window never changed), so
-    // the focus window counts too.
-    const bool focused =
-        m_panel->isActiveWindow() ||
-        (m_panel->windowHandle() && QGuiApplication::focusWindow() == m_panel->windowHandle());
-    if (widget == nullptr || widget->window() != m_panel.get() || !m_store->expanded() || !focused) {
-        return false;
-    }
-    auto* key = static_cast<QKeyEvent*>(event);
-    PanelKeyDecision decision =
-        decidePanelKey(PanelKeyEvent{event->type() == QEvent::KeyPress, key->key(), key->nativeScanCode(),
-                                     key->modifiers(), key->isAutoRepeat()});
-    switch (decision.action) {
+// What the panel keyboard asks for, carried out while its key is being delivered.
+void NotchPanelController::perform(PanelKeyAction action) {
+    switch (action) {
     case PanelKeyAction::none:
         break;
     case PanelKeyAction::act:
@@ -394,7 +327,6 @@ bool NotchPanelController::handleKey(QObject* watched, QEvent* event) {
         collapse(true);
         break;
     }
-    return decision.handled;
 }
 
 void NotchPanelController::shutdown() {
@@ -405,8 +337,10 @@ void NotchPanelController::shutdown() {
     m_store->pause();
     m_springAnimator->stop();
     m_hoverMonitor->stop();
-    if (m_keyboardMonitor) {
-        qApp->removeEventFilter(this);
+    m_keyboard->stop();
+    m_screens->stop();
+    if (m_panel) {
+        m_panel->removeEventFilter(this);
     }
     disconnect(qGuiApp, nullptr, this, nullptr);
     disconnect(m_services.systemSignals.get(), nullptr, this, nullptr);

@@ -1,11 +1,11 @@
 #pragma once
 
 #include "Vantrel/panel/PanelGeometry.h"
+#include "Vantrel/panel/PanelKeys.h"
 #include "Vantrel/platform/Platform.h"
 
 #include <QObject>
 #include <QPoint>
-#include <QPointer>
 #include <QRectF>
 #include <QScreen>
 
@@ -23,22 +23,23 @@ class GameStore;
 class NotchHoverMonitor;
 class NotchPanel;
 class NotchPanelController;
+class PanelKeyboard;
+class PanelScreens;
 class PanelSpringAnimator;
 
 // Builds the widget shown inside the panel. It gets the controller for the
 // store and for its open, close and options actions.
 using PanelContentFactory = std::function<QWidget*(NotchPanelController&)>;
 
-// Owns the game store, the panel, the hover monitor and the spring animator.
-// Chooses the screen, computes every frame and hover rectangle, opens and
-// closes the playfield, keeps keyboard focus where the user expects it and
-// reacts to screen, workspace, sleep and focus changes.
+// Owns the game store, the panel, the hover monitor, the spring animator, the
+// screen watcher (PanelScreens) and the panel keyboard (PanelKeyboard). Computes
+// every frame and hover rectangle, opens and closes the playfield, keeps
+// keyboard focus where the user expects it and reacts to screen, workspace,
+// sleep and focus changes.
 class NotchPanelController : public QObject {
     Q_OBJECT
 
 public:
-    static constexpr double springResponse = 0.3;
-
     NotchPanelController(std::unique_ptr<QSettings> settings, const Clock& clock,
                          platform::PlatformServices services, const PanelContentFactory& contentFactory = {},
                          QObject* parent = nullptr);
@@ -48,16 +49,19 @@ public:
     NotchPanel& panel() { return *m_panel; }
     NotchHoverMonitor& hoverMonitor() { return *m_hoverMonitor; }
     PanelSpringAnimator& springAnimator() { return *m_springAnimator; }
-    QScreen* selectedScreen() const { return m_selectedScreen; }
+    PanelKeyboard& keyboard() { return *m_keyboard; }
+    // The desktop's animation preference, for every animated part of the program.
+    const platform::MotionPreference& motionPreference() const { return *m_services.motion; }
+    QScreen* selectedScreen() const;
     // The window that had focus before the playfield opened; 0 for none.
     quint64 previousWindow() const { return m_previousWindow; }
     std::optional<PanelGeometry> geometry() const;
 
-    // Set by the application: opens the options menu with its top left corner at
-    // `anchor` (global coordinates, just below the options button).
-    std::function<void(QPoint)> showOptions;
-    // Set by the application: asked before every expansion.
-    std::function<bool()> authorizePlay;
+    // Asked before every expansion; a false answer refuses it. A question rather
+    // than a signal: expand() needs the answer before it goes on, and a signal
+    // has no answer (nor a single answerer). Set once by the application; none
+    // means always allowed.
+    void setAuthorizePlay(std::function<bool()> authorizePlay) { m_authorizePlay = std::move(authorizePlay); }
 
     // Opens the playfield on the screen under the pointer; false when refused.
     bool expand();
@@ -77,6 +81,11 @@ public:
     void windowDidResignKey();
     void appDeactivated();
 
+signals:
+    // The user asked for the options menu, with its top left corner at `anchor`
+    // (global coordinates, just below the options button).
+    void optionsRequested(QPoint anchor);
+
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -86,11 +95,8 @@ private:
     void layout(bool animated, std::function<void()> completion = {});
     void setPeekVisible(bool visible);
     void updateHoverGeometry();
-    void installKeyboardMonitor();
-    bool handleKey(QObject* watched, QEvent* event);
+    void perform(PanelKeyAction action);
     void hide();
-    void watchScreen(QScreen* screen);
-    void scheduleScreenChange();
     bool isOwnWindow(quint64 window) const;
     QPointF pointerPosition() const;
 
@@ -99,15 +105,15 @@ private:
     std::unique_ptr<NotchPanel> m_panel;
     NotchHoverMonitor* m_hoverMonitor;
     PanelSpringAnimator* m_springAnimator;
-    bool m_keyboardMonitor = false;
+    PanelScreens* m_screens;
+    PanelKeyboard* m_keyboard;
+    std::function<bool()> m_authorizePlay;
     quint64 m_previousWindow = 0;
-    QPointer<QScreen> m_selectedScreen;
     bool m_changingVisibility = false;
     // Set once the open panel has really had the keyboard. Until then a
     // deactivation is an echo of an earlier close (Qt reports it late), not the
     // user turning to another window.
     bool m_hadKeyboard = false;
-    bool m_screenChangePending = false;
     bool m_shutDown = false;
 };
 

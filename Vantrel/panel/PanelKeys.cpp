@@ -1,11 +1,14 @@
 #include "Vantrel/panel/PanelKeys.h"
 
+#include "Vantrel/platform/KeyPosition.h"
+
 namespace vantrel {
 
 namespace {
 
-bool isPositionKey(const PanelKeyEvent& event, quint32 keycode, Qt::Key fallback) {
-    return event.nativeScanCode != 0 ? event.nativeScanCode == keycode : event.key == fallback;
+bool isPositionKey(const PanelKeyEvent& event, platform::KeyPosition wanted, Qt::Key fallback) {
+    const platform::KeyPosition position = platform::keyPositionOf(event.nativeScanCode);
+    return position != platform::KeyPosition::unknown ? position == wanted : event.key == fallback;
 }
 
 PanelKeyDecision handled(PanelKeyAction action) {
@@ -40,9 +43,9 @@ PanelKeyDecision decidePanelKey(const PanelKeyEvent& event) {
         return handled(PanelKeyAction::close);
     }
     PanelKeyAction action = PanelKeyAction::none;
-    if (isPositionKey(event, keycodeR, Qt::Key_R)) {
+    if (isPositionKey(event, platform::KeyPosition::r, Qt::Key_R)) {
         action = PanelKeyAction::freshRun;
-    } else if (isPositionKey(event, keycodeP, Qt::Key_P)) {
+    } else if (isPositionKey(event, platform::KeyPosition::p, Qt::Key_P)) {
         action = PanelKeyAction::togglePause;
     } else if (event.key == Qt::Key_Space || event.key == Qt::Key_Up) {
         action = PanelKeyAction::act;

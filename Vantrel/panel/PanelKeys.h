@@ -16,16 +16,13 @@ struct PanelKeyDecision {
 struct PanelKeyEvent {
     bool press = true;
     int key = 0;                // Qt::Key
-    quint32 nativeScanCode = 0; // X11 keycode; 0 when the platform gives none
+    quint32 nativeScanCode = 0; // see platform::keyPositionOf; 0 when the platform gives none
     Qt::KeyboardModifiers modifiers;
     bool autoRepeat = false;
 };
 
-// R and P go by their position on the keyboard (X11 keycodes of the evdev
-// layout), not by the letter they type, so they work with any layout.
-constexpr quint32 keycodeR = 27;
-constexpr quint32 keycodeP = 33;
-
+// R and P go by their position on the keyboard (platform::KeyPosition), not by
+// the letter they type, so they work with any layout.
 PanelKeyDecision decidePanelKey(const PanelKeyEvent& event);
 
 } // namespace vantrel

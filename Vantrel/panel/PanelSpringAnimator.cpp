@@ -11,10 +11,10 @@
 namespace vantrel {
 
 PanelSpringAnimator::PanelSpringAnimator(const Clock& clock, QObject* parent)
-    : QObject(parent), m_time(clock) {
-    m_clock.setTimerType(Qt::PreciseTimer);
-    m_clock.setInterval(8); // ms; about 120 frames a second, each measuring its own step
-    connect(&m_clock, &QTimer::timeout, this, &PanelSpringAnimator::tick);
+    : QObject(parent), m_clock(clock) {
+    m_frameTimer.setTimerType(Qt::PreciseTimer);
+    m_frameTimer.setInterval(8); // ms; about 120 frames a second, each measuring its own step
+    connect(&m_frameTimer, &QTimer::timeout, this, &PanelSpringAnimator::tick);
 }
 
 void PanelSpringAnimator::move(QWidget* panel, const QRectF& target, bool animated,
@@ -45,12 +45,12 @@ void PanelSpringAnimator::move(QWidget* panel, const QRectF& target, bool animat
     if (running()) {
         return; // the running clock carries on towards the new targets
     }
-    m_previousTime = m_time.now();
-    m_clock.start();
+    m_previousTime = m_clock.now();
+    m_frameTimer.start();
 }
 
 void PanelSpringAnimator::stop() {
-    m_clock.stop();
+    m_frameTimer.stop();
     m_completion = nullptr;
 }
 
@@ -59,7 +59,7 @@ void PanelSpringAnimator::tick() {
         stop();
         return;
     }
-    double now = m_time.now();
+    double now = m_clock.now();
     double dt = std::min(now - m_previousTime, maxStep);
     m_previousTime = now;
     m_width.advance(dt, m_response);

@@ -40,7 +40,7 @@ public:
     void setReduceMotion(bool reduce) { m_reduceMotion = reduce; }
     bool reduceMotion() const { return m_reduceMotion; }
 
-    bool running() const { return m_clock.isActive(); }
+    bool running() const { return m_frameTimer.isActive(); }
     double response() const { return m_response; }
     QRectF target() const { return m_target; }
     const DampedSpring& width() const { return m_width; }
@@ -56,12 +56,12 @@ signals:
 private:
     void apply(const QRectF& frame);
 
-    const Clock& m_time;
+    const Clock& m_clock;
     QPointer<QWidget> m_panel;
     DampedSpring m_width;
     DampedSpring m_height;
     QRectF m_target;
-    QTimer m_clock;
+    QTimer m_frameTimer;
     double m_previousTime = 0;
     double m_response = openingResponse;
     std::function<void()> m_completion;

@@ -1,7 +1,8 @@
 #pragma once
 
-#include <QRect>
 #include <QtGlobal>
+
+class QScreen;
 
 namespace vantrel::platform {
 
@@ -15,8 +16,8 @@ public:
     virtual void activate(quint64 window) = 0;
     // The window still exists (its program may have closed it meanwhile).
     virtual bool exists(quint64 window) const = 0;
-    // The active window fills the screen with this geometry (in device pixels) in full-screen mode.
-    virtual bool fullScreenOn(const QRect& screenPixels) const = 0;
+    // The active window is in full-screen mode on `screen` (its centre lies on that screen).
+    virtual bool fullScreenOn(const QScreen* screen) const = 0;
 };
 
 class NullActiveWindow final : public ActiveWindow {
@@ -24,7 +25,7 @@ public:
     quint64 current() const override { return 0; }
     void activate(quint64) override {}
     bool exists(quint64) const override { return false; }
-    bool fullScreenOn(const QRect&) const override { return false; }
+    bool fullScreenOn(const QScreen*) const override { return false; }
 };
 
 } // namespace vantrel::platform

@@ -1,10 +1,16 @@
 #include "Vantrel/platform/Platform.h"
 
+#include "Vantrel/platform/GnomeMotionPreference.h"
+#include "Vantrel/platform/SessionSignals.h"
+
+#if VANTREL_WITH_X11
 #include "Vantrel/platform/x11/X11ActiveWindow.h"
 #include "Vantrel/platform/x11/X11DesktopPointer.h"
 #include "Vantrel/platform/x11/X11HotKey.h"
+#include "Vantrel/platform/x11/X11Support.h"
 #include "Vantrel/platform/x11/X11SystemSignals.h"
 #include "Vantrel/platform/x11/X11WindowTraits.h"
+#endif
 
 #include <QGuiApplication>
 #include <QSettings>
@@ -13,8 +19,13 @@ namespace vantrel::platform {
 
 namespace {
 
+// Qt runs on xcb, and this build has the X11 backend to serve it.
 bool onX11() {
+#if VANTREL_WITH_X11
     return QGuiApplication::platformName() == QLatin1String("xcb");
+#else
+    return false;
+#endif
 }
 
 } // namespace
@@ -26,11 +37,13 @@ PlatformServices nullPlatformServices() {
     services.windowTraits = std::make_unique<NullWindowTraits>();
     services.systemSignals = std::make_unique<NullSystemSignals>();
     services.screenNotch = std::make_unique<NoScreenNotch>();
+    services.motion = std::make_unique<NullMotionPreference>();
     return services;
 }
 
 PlatformServices makePlatformServices(const QSettings& settings) {
     PlatformServices services = nullPlatformServices();
+    services.motion = std::make_unique<GnomeMotionPreference>();
 
     QString problem;
     if (auto notch = ConfiguredScreenNotch::parse(settings.value("notchGeometry").toString(), &problem)) {
@@ -43,8 +56,10 @@ PlatformServices makePlatformServices(const QSettings& settings) {
     if (!onX11()) {
         services.notes << QStringLiteral("not on X11: hover sampling is polled and the previous window "
                                          "is not refocused");
+        services.systemSignals = std::make_unique<SessionSignals>();
         return services;
     }
+#if VANTREL_WITH_X11
     QString error;
     if (auto pointer = x11::X11DesktopPointer::create(&error)) {
         services.pointer = std::move(pointer);
@@ -55,18 +70,30 @@ PlatformServices makePlatformServices(const QSettings& settings) {
     if (auto signals_ = x11::X11SystemSignals::create(&error)) {
         services.systemSignals = std::move(signals_);
     } else {
-        services.notes << QStringLiteral("desktop signals unavailable (%1)").arg(error);
+        services.notes << QStringLiteral("workspace changes unavailable (%1)").arg(error);
+        services.systemSignals = std::make_unique<SessionSignals>();
     }
     services.activeWindow = std::make_unique<x11::X11ActiveWindow>();
     services.windowTraits = std::make_unique<x11::X11WindowTraits>();
+#endif
     return services;
 }
 
 std::unique_ptr<HotKey> makeHotKey() {
+#if VANTREL_WITH_X11
     if (onX11()) {
         return std::make_unique<x11::X11HotKey>();
     }
+#endif
     return std::make_unique<NullHotKey>();
+}
+
+bool syncWithDisplayServer() {
+#if VANTREL_WITH_X11
+    return x11::roundTrip();
+#else
+    return false;
+#endif
 }
 
 } // namespace vantrel::platform

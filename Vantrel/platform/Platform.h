@@ -3,6 +3,7 @@
 #include "Vantrel/platform/ActiveWindow.h"
 #include "Vantrel/platform/DesktopPointer.h"
 #include "Vantrel/platform/HotKey.h"
+#include "Vantrel/platform/MotionPreference.h"
 #include "Vantrel/platform/ScreenNotch.h"
 #include "Vantrel/platform/SystemSignals.h"
 #include "Vantrel/platform/WindowTraits.h"
@@ -22,17 +23,25 @@ struct PlatformServices {
     std::unique_ptr<WindowTraits> windowTraits;
     std::unique_ptr<SystemSignals> systemSignals;
     std::unique_ptr<ScreenNotch> screenNotch;
+    std::unique_ptr<MotionPreference> motion;
     // Why a fallback was taken, one line each, for the user's diagnostics.
     QStringList notes;
 };
 
-// The one place that picks a backend: X11 when Qt runs on xcb, otherwise the do-nothing fallbacks
-// (and a polled pointer). `settings` supplies the notch description.
+// The one place that picks a backend: X11 when Qt runs on xcb (and the X11 library is built in),
+// otherwise the do-nothing fallbacks (and a polled pointer). Sleep signals and the motion
+// preference come from the desktop session, whatever the windowing system.
+// `settings` supplies the notch description.
 PlatformServices makePlatformServices(const QSettings& settings);
 
 // Do-nothing services throughout, for tests and for platforms we have no backend for.
 PlatformServices nullPlatformServices();
 
 std::unique_ptr<HotKey> makeHotKey();
+
+// Waits until the display server has carried out every request the application
+// has sent so far, so a measurement includes the server's share of the work.
+// False where there is no server to ask (offscreen, or a build without X11).
+bool syncWithDisplayServer();
 
 } // namespace vantrel::platform

@@ -4,15 +4,12 @@
 
 namespace vantrel::platform {
 
-// Desktop events the panel reacts to, and the desktop's animation preference.
+// Desktop events the panel reacts to. (The animation preference is MotionPreference's.)
 class SystemSignals : public QObject {
     Q_OBJECT
 
 public:
     using QObject::QObject;
-
-    // The user asked the desktop for fewer animations.
-    virtual bool reduceMotion() const = 0;
 
 signals:
     // The current workspace (virtual desktop) changed.
@@ -26,7 +23,6 @@ class NullSystemSignals final : public SystemSignals {
 
 public:
     using SystemSignals::SystemSignals;
-    bool reduceMotion() const override { return false; }
 };
 
 } // namespace vantrel::platform

@@ -10,7 +10,6 @@
 #include "Vantrel/panel/NotchPanelController.h"
 #include "Vantrel/pixels/RetroFont.h"
 #include "Vantrel/platform/Platform.h"
-#include "Vantrel/platform/ReduceMotion.h"
 #include "Vantrel/shell/DesktopNotice.h"
 #include "Vantrel/shell/OptionsMenu.h"
 #include "Vantrel/shell/StatusIcon.h"
@@ -59,14 +58,14 @@ AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* pa
                                                           std::move(services));
 
     // 3-4. No playfield over an unfinished onboarding; the options menu from inside the playfield.
-    m_controller->authorizePlay = [this] { return !bringOnboardingForward(); };
-    m_controller->showOptions = [this](QPoint anchor) { showOptions(anchor); };
+    m_controller->setAuthorizePlay([this] { return !bringOnboardingForward(); });
+    connect(m_controller.get(), &NotchPanelController::optionsRequested, this, &AppDelegate::showOptions);
 
     // 5. The tray icon. Every command is also in its menu, because some
     // desktops open the menu on any click.
-    m_menu = new QMenu;
+    m_menu = std::make_unique<QMenu>();
     m_menu->setObjectName(QStringLiteral("optionsMenu"));
-    connect(m_menu, &QMenu::aboutToShow, this, [this] {
+    connect(m_menu.get(), &QMenu::aboutToShow, this, [this] {
         store().pause();
         OptionsMenuCommands commands;
         commands.play = [this] { play(); };
@@ -82,7 +81,7 @@ AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* pa
     });
     m_tray = new QSystemTrayIcon(StatusIcon::make(), this);
     m_tray->setToolTip(trayToolTip());
-    m_tray->setContextMenu(m_menu);
+    m_tray->setContextMenu(m_menu.get());
     connect(m_tray, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::Trigger) {
             m_controller->toggle();
@@ -128,7 +127,6 @@ AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* pa
 
 AppDelegate::~AppDelegate() {
     shutdown();
-    delete m_menu;
     delete m_onboarding;
 }
 
@@ -162,7 +160,6 @@ void AppDelegate::checkTray() {
             "just below the top centre of the screen, or press Alt+Super+Space, to play. On GNOME, "
             "turn on the \u201cAppIndicator and KStatusNotifierItem Support\u201d extension to get "
             "the icon and its menu."));
-    emit trayNoticeShown();
 }
 
 void AppDelegate::handleRequest(const QString& request) {
@@ -197,7 +194,11 @@ void AppDelegate::showOnboarding() {
     delete m_onboarding;
     m_onboarding = new OnboardingWindowController(store().shortcutAvailable(), m_clock,
                                                   [this](bool open) { finishOnboarding(open); });
-    m_onboarding->view()->setReduceMotion(platform::gnomeAnimationsDisabled());
+    // The same preference the panel's springs follow.
+    const platform::MotionPreference& motion = m_controller->motionPreference();
+    m_onboarding->view()->setReduceMotion(motion.reduceMotion());
+    connect(&motion, &platform::MotionPreference::changed, m_onboarding,
+            [this, &motion] { m_onboarding->view()->setReduceMotion(motion.reduceMotion()); });
     connect(m_onboarding, &OnboardingWindowController::quitRequested, this, &AppDelegate::quit);
     m_onboarding->showAndActivate();
 }

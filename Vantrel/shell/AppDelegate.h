@@ -69,10 +69,6 @@ public slots:
     void checkUpdates();
     void quit();
 
-signals:
-    // The user was told how to get the tray icon (once per launch).
-    void trayNoticeShown();
-
 private:
     void showOptions(QPoint anchor);
     void showOnboarding();
@@ -85,7 +81,8 @@ private:
     std::unique_ptr<NotchPanelController> m_controller;
     std::unique_ptr<GlobalShortcut> m_shortcut;
     QSystemTrayIcon* m_tray = nullptr;
-    QMenu* m_menu = nullptr;
+    // Parentless (a QWidget cannot have the delegate as parent), so owned here.
+    std::unique_ptr<QMenu> m_menu;
     QPointer<OnboardingWindowController> m_onboarding;
     QTimer* m_trayWait = nullptr;
     VeltUpdateManager* m_updates = nullptr;

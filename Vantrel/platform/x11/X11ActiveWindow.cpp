@@ -2,6 +2,9 @@
 
 #include "Vantrel/platform/x11/X11Support.h"
 
+#include <QRect>
+#include <QScreen>
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -68,11 +71,14 @@ bool X11ActiveWindow::exists(quint64 window) const {
     return alive;
 }
 
-bool X11ActiveWindow::fullScreenOn(const QRect& screenPixels) const {
+bool X11ActiveWindow::fullScreenOn(const QScreen* screen) const {
     quint64 active = current();
-    if (active == 0) {
+    if (active == 0 || screen == nullptr) {
         return false;
     }
+    // X11 geometry is in device pixels; Qt's screen geometry is device-independent.
+    const qreal ratio = screen->devicePixelRatio();
+    const QRect screenPixels(screen->geometry().topLeft() * ratio, screen->geometry().size() * ratio);
     auto window = static_cast<xcb_window_t>(active);
     std::vector<uint32_t> states = property32List(m_connection, window, m_netWmState, XCB_ATOM_ATOM);
     if (std::find(states.begin(), states.end(), m_fullScreen) == states.end()) {

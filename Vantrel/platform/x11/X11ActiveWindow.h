@@ -14,7 +14,7 @@ public:
     quint64 current() const override;
     void activate(quint64 window) override;
     bool exists(quint64 window) const override;
-    bool fullScreenOn(const QRect& screenPixels) const override;
+    bool fullScreenOn(const QScreen* screen) const override;
 
 private:
     bool managed() const;

@@ -16,6 +16,16 @@ xcb_connection_t* qtConnection() {
     return native != nullptr ? native->connection() : nullptr;
 }
 
+bool roundTrip() {
+    xcb_connection_t* connection = qtConnection();
+    if (connection == nullptr) {
+        return false;
+    }
+    // GetInputFocus is the cheapest request with a reply; the reply comes after every earlier request.
+    std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+    return true;
+}
+
 xcb_window_t rootWindow(xcb_connection_t* connection) {
     xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(connection));
     return it.rem > 0 ? it.data->root : xcb_window_t{XCB_WINDOW_NONE};

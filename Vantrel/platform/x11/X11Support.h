@@ -14,6 +14,10 @@ namespace vantrel::platform::x11 {
 // Qt's own connection, or null when the application does not run on xcb.
 xcb_connection_t* qtConnection();
 
+// Waits until the X server has carried out every request sent so far on Qt's
+// connection (one round trip). False when the application does not run on xcb.
+bool roundTrip();
+
 // A connection of our own beside Qt's, so our event selections leave Qt's
 // untouched. Null, with `error` set, when not on X11 or when it cannot be opened.
 xcb_connection_t* openSecondConnection(QString* error);

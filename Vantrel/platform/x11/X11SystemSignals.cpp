@@ -1,9 +1,7 @@
 #include "Vantrel/platform/x11/X11SystemSignals.h"
 
-#include "Vantrel/platform/ReduceMotion.h"
 #include "Vantrel/platform/x11/X11Support.h"
 
-#include <QDBusConnection>
 #include <QSocketNotifier>
 
 #include <cstdlib>
@@ -19,7 +17,7 @@ std::unique_ptr<X11SystemSignals> X11SystemSignals::create(QString* error, QObje
 }
 
 X11SystemSignals::X11SystemSignals(xcb_connection_t* connection, QObject* parent)
-    : SystemSignals(parent), m_connection(connection), m_root(rootWindow(connection)),
+    : SessionSignals(parent), m_connection(connection), m_root(rootWindow(connection)),
       m_currentDesktopAtom(atom(connection, "_NET_CURRENT_DESKTOP")) {
     const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
     xcb_change_window_attributes(m_connection, m_root, XCB_CW_EVENT_MASK, &mask);
@@ -27,20 +25,6 @@ X11SystemSignals::X11SystemSignals(xcb_connection_t* connection, QObject* parent
     m_desktop = currentDesktop();
     m_notifier = new QSocketNotifier(xcb_get_file_descriptor(connection), QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, &X11SystemSignals::readEvents);
-
-    m_reduceMotion = gnomeAnimationsDisabled();
-
-    QDBusConnection::systemBus().connect(
-        QStringLiteral("org.freedesktop.login1"), QStringLiteral("/org/freedesktop/login1"),
-        QStringLiteral("org.freedesktop.login1.Manager"), QStringLiteral("PrepareForSleep"), this,
-        SLOT(prepareForSleep(bool)));
-    // Without a session bus address libdbus would launch a bus of its own; don't.
-    if (!qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) {
-        QDBusConnection::sessionBus().connect(QString(), QStringLiteral("/org/freedesktop/ScreenSaver"),
-                                              QStringLiteral("org.freedesktop.ScreenSaver"),
-                                              QStringLiteral("ActiveChanged"), this,
-                                              SLOT(screenSaverActive(bool)));
-    }
 }
 
 X11SystemSignals::~X11SystemSignals() {
@@ -78,18 +62,6 @@ void X11SystemSignals::readEvents() {
             emit workspaceChanged();
         }
         fromSocket = false;
-    }
-}
-
-void X11SystemSignals::prepareForSleep(bool start) {
-    if (start) {
-        emit sleeping();
-    }
-}
-
-void X11SystemSignals::screenSaverActive(bool active) {
-    if (active) {
-        emit sleeping();
     }
 }
 

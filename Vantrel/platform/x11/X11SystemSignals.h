@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Vantrel/platform/SystemSignals.h"
+#include "Vantrel/platform/SessionSignals.h"
 
 #include <xcb/xcb.h>
 
@@ -12,21 +12,13 @@ class QSocketNotifier;
 namespace vantrel::platform::x11 {
 
 // Workspace switches from _NET_CURRENT_DESKTOP on the root window, watched on a
-// connection of our own; sleep from logind's PrepareForSleep on the system bus
-// and the screen locker's ActiveChanged on the session bus; reduced motion
-// from GNOME's enable-animations setting where that schema is installed.
-class X11SystemSignals final : public SystemSignals {
+// connection of our own; sleep and the screen locker as SessionSignals reports them.
+class X11SystemSignals final : public SessionSignals {
     Q_OBJECT
 
 public:
     static std::unique_ptr<X11SystemSignals> create(QString* error, QObject* parent = nullptr);
     ~X11SystemSignals() override;
-
-    bool reduceMotion() const override { return m_reduceMotion; }
-
-private slots:
-    void prepareForSleep(bool start);
-    void screenSaverActive(bool active);
 
 private:
     X11SystemSignals(xcb_connection_t* connection, QObject* parent);
@@ -38,7 +30,6 @@ private:
     xcb_atom_t m_currentDesktopAtom;
     std::optional<uint32_t> m_desktop;
     QSocketNotifier* m_notifier = nullptr;
-    bool m_reduceMotion = false;
 };
 
 } // namespace vantrel::platform::x11

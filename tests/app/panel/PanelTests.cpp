@@ -4,11 +4,18 @@
 #include "Vantrel/panel/NotchPanel.h"
 #include "Vantrel/panel/NotchPanelController.h"
 #include "Vantrel/panel/PanelGeometry.h"
+#include "Vantrel/panel/PanelKeyboard.h"
 #include "Vantrel/panel/PanelKeys.h"
+#include "Vantrel/panel/PanelScreens.h"
 #include "Vantrel/panel/PanelSpringAnimator.h"
+#include "Vantrel/platform/KeyPosition.h"
 #include "Vantrel/platform/Platform.h"
+#include "Vantrel/views/NotchView.h"
 
+#include <QGuiApplication>
+#include <QKeyEvent>
 #include <QSettings>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QWidget>
@@ -99,10 +106,11 @@ TEST(PanelKeysTest, ShortcutsWithControlAltOrSuperPassThrough) {
 
 TEST(PanelKeysTest, RAndPGoByKeyPosition) {
     // On a French layout the key in P's place still pauses, and the letter R elsewhere does not restart.
-    EXPECT_EQ(key(Qt::Key_A, true, {}, false, keycodeP),
+    EXPECT_EQ(key(Qt::Key_A, true, {}, false, platform::nativeScanCodeOf(platform::KeyPosition::p)),
               (PanelKeyDecision{true, PanelKeyAction::togglePause}));
     EXPECT_EQ(key(Qt::Key_R, true, {}, false, 40), PanelKeyDecision{});
-    EXPECT_EQ(key(Qt::Key_R, true, {}, false, keycodeR), (PanelKeyDecision{true, PanelKeyAction::freshRun}));
+    EXPECT_EQ(key(Qt::Key_R, true, {}, false, platform::nativeScanCodeOf(platform::KeyPosition::r)),
+              (PanelKeyDecision{true, PanelKeyAction::freshRun}));
     EXPECT_EQ(key(Qt::Key_P), (PanelKeyDecision{true, PanelKeyAction::togglePause}));
 }
 
@@ -259,15 +267,15 @@ TEST_F(ControllerTest, ExpandAndCollapseFollowTheStore) {
     EXPECT_FALSE(controller->panel().isVisible());
 
     bool asked = false;
-    controller->authorizePlay = [&] {
+    controller->setAuthorizePlay([&] {
         asked = true;
         return false;
-    };
+    });
     EXPECT_FALSE(controller->expand());
     EXPECT_TRUE(asked);
     EXPECT_FALSE(store.expanded());
 
-    controller->authorizePlay = nullptr;
+    controller->setAuthorizePlay(nullptr);
     controller->springAnimator().setReduceMotion(true);
     EXPECT_TRUE(controller->expand());
     EXPECT_TRUE(store.expanded());
@@ -303,6 +311,125 @@ TEST_F(ControllerTest, TurningHoverOffHidesThePeekAndStopsTheMonitor) {
     controller->store().setHoverToPeek(false);
     controller->updateLayout();
     EXPECT_FALSE(controller->hoverMonitor().enabled());
+}
+
+// A motion preference the test can change, as a desktop would.
+class SwitchableMotion final : public platform::MotionPreference {
+public:
+    bool reduceMotion() const override { return reduce; }
+    void set(bool value) {
+        reduce = value;
+        emit changed();
+    }
+    bool reduce = false;
+};
+
+TEST_F(ControllerTest, SpringsFollowTheMotionPreference) {
+    auto settings = std::make_unique<QSettings>(dir.filePath("Vantrel.conf"), QSettings::IniFormat);
+    platform::PlatformServices services = platform::nullPlatformServices();
+    auto motion = std::make_unique<SwitchableMotion>();
+    motion->reduce = true;
+    SwitchableMotion* preference = motion.get();
+    services.motion = std::move(motion);
+    NotchPanelController controller(std::move(settings), clock, std::move(services));
+    EXPECT_TRUE(controller.springAnimator().reduceMotion());
+    EXPECT_TRUE(controller.motionPreference().reduceMotion());
+    preference->set(false);
+    EXPECT_FALSE(controller.springAnimator().reduceMotion());
+}
+
+TEST_F(ControllerTest, TheViewsOptionsButtonBecomesTheControllersSignal) {
+    auto controller = make();
+    auto* view = qobject_cast<NotchView*>(controller->panel().content());
+    ASSERT_NE(view, nullptr);
+    QSignalSpy spy(controller.get(), &NotchPanelController::optionsRequested);
+    emit view->optionsRequested(QPoint(700, 40));
+    ASSERT_EQ(spy.count(), 1);
+    EXPECT_EQ(spy.at(0).at(0).toPoint(), QPoint(700, 40));
+}
+
+TEST_F(ControllerTest, AScreenChangeClosesThePlayfieldOnTheNextTurnButNotAfterShutdown) {
+    auto controller = make();
+    controller->springAnimator().setReduceMotion(true);
+    ASSERT_TRUE(controller->expand());
+    QScreen* screen = controller->selectedScreen();
+    ASSERT_NE(screen, nullptr);
+    // Three changes in one burst: the playfield closes once, on the next turn of the event loop.
+    emit screen->geometryChanged(screen->geometry());
+    emit screen->availableGeometryChanged(screen->availableGeometry());
+    emit qGuiApp->primaryScreenChanged(screen);
+    EXPECT_TRUE(controller->store().expanded());
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !controller->store().expanded(); }, 1000));
+    EXPECT_EQ(controller->selectedScreen(), screen);
+
+    controller->shutdown();
+    ASSERT_TRUE(controller->expand());
+    emit screen->geometryChanged(screen->geometry());
+    QTest::qWait(20);
+    EXPECT_TRUE(controller->store().expanded());
+}
+
+TEST(PanelScreensTest, ABurstOfChangesIsReportedOnceAndNothingAfterStop) {
+    platform::NoScreenNotch notches;
+    PanelScreens screens(notches);
+    QSignalSpy changed(&screens, &PanelScreens::changed);
+    QScreen* screen = QGuiApplication::primaryScreen();
+    ASSERT_NE(screen, nullptr);
+    emit screen->geometryChanged(screen->geometry());
+    emit screen->availableGeometryChanged(screen->availableGeometry());
+    emit qGuiApp->primaryScreenChanged(screen);
+    EXPECT_EQ(changed.count(), 0); // not while Qt is still updating its screen list
+    EXPECT_TRUE(changed.wait(1000));
+    QTest::qWait(20);
+    EXPECT_EQ(changed.count(), 1);
+
+    emit screen->geometryChanged(screen->geometry());
+    screens.stop(); // a burst under way is dropped too
+    QTest::qWait(20);
+    EXPECT_EQ(changed.count(), 1);
+}
+
+TEST(PanelScreensTest, KeepsTheChosenScreenWhenThePointerIsOffEveryScreen) {
+    platform::NoScreenNotch notches;
+    PanelScreens screens(notches);
+    EXPECT_EQ(screens.selected(), nullptr);
+    EXPECT_FALSE(screens.geometry().has_value());
+    screens.select(std::nullopt);
+    ASSERT_EQ(screens.selected(), QGuiApplication::primaryScreen());
+    screens.select(QPointF(-100000, -100000));
+    EXPECT_EQ(screens.selected(), QGuiApplication::primaryScreen());
+    ASSERT_TRUE(screens.geometry().has_value());
+    EXPECT_EQ(screens.geometry()->notchWidth(), 160); // no notch: the drawn tab's width
+    QRect primary = QGuiApplication::primaryScreen()->geometry();
+    screens.select(QPointF(primary.center()));
+    EXPECT_EQ(screens.selected(), QGuiApplication::primaryScreen());
+}
+
+TEST_F(ControllerTest, KeysReachTheStoreOnlyWhileThePlayfieldIsOpenAndFocused) {
+    auto controller = make();
+    controller->springAnimator().setReduceMotion(true);
+    QSignalSpy actions(&controller->keyboard(), &PanelKeyboard::actionRequested);
+    // Closed: the key is not the panel's.
+    QKeyEvent space(QEvent::KeyPress, Qt::Key_Space, Qt::NoModifier);
+    QCoreApplication::sendEvent(&controller->panel(), &space);
+    EXPECT_EQ(actions.count(), 0);
+    EXPECT_EQ(controller->store().runner().phase(), RunPhase::ready);
+
+    ASSERT_TRUE(controller->expand());
+    controller->panel().activateWindow();
+    if (!QTest::qWaitForWindowActive(&controller->panel(), 1000)) {
+        GTEST_SKIP() << "this platform does not activate the panel";
+    }
+    QKeyEvent press(QEvent::KeyPress, Qt::Key_Space, Qt::NoModifier);
+    QCoreApplication::sendEvent(&controller->panel(), &press);
+    ASSERT_EQ(actions.count(), 1);
+    EXPECT_EQ(actions.at(0).at(0).value<PanelKeyAction>(), PanelKeyAction::act);
+    EXPECT_EQ(controller->store().runner().phase(), RunPhase::running);
+
+    QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+    QCoreApplication::sendEvent(&controller->panel(), &escape);
+    EXPECT_FALSE(controller->store().expanded());
+    EXPECT_EQ(actions.count(), 2);
 }
 
 } // namespace
