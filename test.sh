@@ -12,3 +12,8 @@ ctest --preset asan --output-on-failure -j"$(nproc)"
 scripts/build.sh release
 echo "== tests (release build)"
 ctest --preset release --output-on-failure -j"$(nproc)"
+
+# The application must also stand on the do-nothing desktop services alone.
+scripts/build.sh nox11
+echo "== unit tests without the X11 library"
+ctest --preset nox11 --output-on-failure -j"$(nproc)"

@@ -26,6 +26,8 @@ public:
 
     // The game's cues on the sound server, on the steady clock.
     explicit ArcadeAudio(QObject* parent = nullptr);
+    // The game's cues on the sound server, timed by `clock` (which must outlive this).
+    explicit ArcadeAudio(const Clock& clock, QObject* parent = nullptr);
     explicit ArcadeAudio(WaveSource source, QObject* parent = nullptr);
     // Into `sink`, with the mixer's hold timed by `clock` (which must outlive this).
     ArcadeAudio(WaveSource source, std::unique_ptr<AudioSink> sink, const Clock& clock,
