@@ -1,0 +1,84 @@
+#!/usr/bin/env bash
+# Installs the build into a staging folder (DESTDIR) and checks what a desktop
+# would see: every file in its freedesktop place and nothing outside the
+# prefix, a valid desktop entry and catalogue entry, manual pages that render
+# without warnings, and a program that reports its version.
+#   check_install.sh BUILD_DIR
+# Exit 77 (skipped) when a validator is missing; scripts/install-deps.sh --test installs them.
+set -euo pipefail
+build=$1
+for tool in desktop-file-validate appstreamcli man; do
+  if ! command -v "$tool" >/dev/null; then
+    echo "SKIP: $tool is missing (scripts/install-deps.sh --test installs it)"
+    exit 77
+  fi
+done
+
+stage=$(mktemp -d)
+trap 'rm -rf "$stage"' EXIT
+failures=0
+passes=0
+fail() { echo "FAIL: $*"; failures=$((failures + 1)); }
+pass() { echo "ok: $*"; passes=$((passes + 1)); }
+
+DESTDIR="$stage" cmake --install "$build" --prefix /opt/vantrel-check >/dev/null
+prefix="$stage/opt/vantrel-check"
+
+outside=$(cd "$stage" && find . -mindepth 1 -maxdepth 2 ! -path ./opt ! -path ./opt/vantrel-check)
+[[ -z "$outside" ]] && pass "nothing installed outside the prefix" || fail "installed outside the prefix: $outside"
+
+expected=(
+  bin/vantrel
+  bin/vantrel-sim
+  share/applications/org.vantrel.Vantrel.desktop
+  share/metainfo/org.vantrel.Vantrel.metainfo.xml
+  share/man/man6/vantrel.6
+  share/man/man6/vantrel-sim.6
+)
+for f in "${expected[@]}"; do
+  [[ -f "$prefix/$f" ]] && pass "$f" || fail "$f is not installed"
+done
+[[ -x "$prefix/bin/vantrel" && -x "$prefix/bin/vantrel-sim" ]] && pass "programs are executable" ||
+  fail "programs are not executable"
+[[ ! -e "$prefix/bin/vantrel-release" ]] && pass "the maintainers' tool stays out of the default install" ||
+  fail "vantrel-release was installed without its component"
+
+DESTDIR="$stage" cmake --install "$build" --prefix /opt/vantrel-check --component maintainer >/dev/null
+[[ -x "$prefix/bin/vantrel-release" ]] && pass "the maintainer component installs vantrel-release" ||
+  fail "the maintainer component did not install vantrel-release"
+
+if out=$(desktop-file-validate "$prefix/share/applications/org.vantrel.Vantrel.desktop" 2>&1) && [[ -z "$out" ]]; then
+  pass "desktop-file-validate"
+else
+  fail "desktop-file-validate: $out"
+fi
+grep -qx 'Exec=vantrel --toggle' "$prefix/share/applications/org.vantrel.Vantrel.desktop" &&
+  pass "the desktop action toggles the playfield" || fail "no toggle action in the desktop entry"
+
+if out=$(appstreamcli validate --no-net --pedantic "$prefix/share/metainfo/org.vantrel.Vantrel.metainfo.xml" 2>&1); then
+  pass "appstreamcli validate"
+else
+  fail "appstreamcli validate: $out"
+fi
+version=$(sed -n 's/^project(Vantrel VERSION \([0-9.]*\).*/\1/p' "$(dirname "$0")/../../CMakeLists.txt")
+grep -q "<release version=\"$version\"" "$prefix/share/metainfo/org.vantrel.Vantrel.metainfo.xml" &&
+  pass "the catalogue names release $version" || fail "the catalogue does not name release $version"
+
+for page in vantrel vantrel-sim; do
+  warnings=$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -E UTF-8 -l "$prefix/share/man/man6/$page.6" 2>&1 >/dev/null)
+  text=$(LC_ALL=C.UTF-8 MANWIDTH=80 man -E UTF-8 -l "$prefix/share/man/man6/$page.6" 2>/dev/null)
+  if [[ -z "$warnings" && "$text" == *"SYNOPSIS"* && "$text" == *"$version"* ]]; then
+    pass "man page $page renders"
+  else
+    fail "man page $page: ${warnings:-no SYNOPSIS or version}"
+  fi
+done
+
+printed=$("$prefix/bin/vantrel" --version)
+[[ "$printed" =~ ^vantrel\ $version\ \(build\ [0-9]+\)$ ]] && pass "vantrel --version: $printed" ||
+  fail "vantrel --version printed: $printed"
+state=$(printf 'act\nstate\n' | "$prefix/bin/vantrel-sim" replay --seed 3)
+[[ "$state" == *'"phase":"running"'* ]] && pass "the installed vantrel-sim replays" || fail "vantrel-sim replay: $state"
+
+echo "install: $passes passed, $failures failed"
+exit $((failures > 0))
