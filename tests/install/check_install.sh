@@ -7,7 +7,7 @@
 # Exit 77 (skipped) when a validator is missing; scripts/install-deps.sh --test installs them.
 set -euo pipefail
 build=$1
-for tool in desktop-file-validate appstreamcli man; do
+for tool in desktop-file-validate appstreamcli man identify convert; do
   if ! command -v "$tool" >/dev/null; then
     echo "SKIP: $tool is missing (scripts/install-deps.sh --test installs it)"
     exit 77
@@ -46,6 +46,27 @@ done
 DESTDIR="$stage" cmake --install "$build" --prefix /opt/vantrel-check --component maintainer >/dev/null
 [[ -x "$prefix/bin/vantrel-release" ]] && pass "the maintainer component installs vantrel-release" ||
   fail "the maintainer component did not install vantrel-release"
+
+# Icons: the right size, a figure drawn on them, and square pixels of it (no blur: only the
+# tile's corners may hold colours between black and the figure's white).
+for size in 16 22 24 32 48 64 128 256; do
+  icon="$prefix/share/icons/hicolor/${size}x${size}/apps/org.vantrel.Vantrel.png"
+  if [[ ! -f "$icon" ]]; then
+    fail "icon ${size}x${size} is not installed"
+    continue
+  fi
+  dims=$(identify -format '%w %h' "$icon")
+  lit=$(convert "$icon" -alpha off -colorspace gray -fx 'r>0.9?1:0' -format '%[fx:round(mean*w*h)]' info:)
+  grey=$(convert "$icon" -alpha off -colorspace gray -fx 'r>0.05&&r<0.9?1:0' -format '%[fx:round(mean*w*h)]' info:)
+  if [[ "$dims" == "$size $size" && "$lit" -gt $((size * size / 16)) && "$grey" -eq 0 ]]; then
+    pass "icon ${size}x${size}: $lit figure pixels, none blurred"
+  else
+    fail "icon ${size}x${size}: size $dims, $lit figure pixels, $grey blurred"
+  fi
+done
+svg="$prefix/share/icons/hicolor/scalable/apps/org.vantrel.Vantrel.svg"
+[[ -f "$svg" ]] && grep -q '<svg' "$svg" && [[ $(grep -c '<rect' "$svg") -gt 100 ]] &&
+  pass "scalable icon" || fail "scalable icon missing or empty"
 
 if out=$(desktop-file-validate "$prefix/share/applications/org.vantrel.Vantrel.desktop" 2>&1) && [[ -z "$out" ]]; then
   pass "desktop-file-validate"
