@@ -32,8 +32,8 @@ expected=(
   bin/vantrel-sim
   share/applications/org.vantrel.Vantrel.desktop
   share/metainfo/org.vantrel.Vantrel.metainfo.xml
-  share/man/man6/vantrel.6
-  share/man/man6/vantrel-sim.6
+  share/man/man6/vantrel.6.gz
+  share/man/man6/vantrel-sim.6.gz
 )
 for f in "${expected[@]}"; do
   [[ -f "$prefix/$f" ]] && pass "$f" || fail "$f is not installed"
@@ -86,8 +86,8 @@ grep -q "<release version=\"$version\"" "$prefix/share/metainfo/org.vantrel.Vant
   pass "the catalogue names release $version" || fail "the catalogue does not name release $version"
 
 for page in vantrel vantrel-sim; do
-  warnings=$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -E UTF-8 -l "$prefix/share/man/man6/$page.6" 2>&1 >/dev/null)
-  text=$(LC_ALL=C.UTF-8 MANWIDTH=80 man -E UTF-8 -l "$prefix/share/man/man6/$page.6" 2>/dev/null)
+  warnings=$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -E UTF-8 -l "$prefix/share/man/man6/$page.6.gz" 2>&1 >/dev/null)
+  text=$(LC_ALL=C.UTF-8 MANWIDTH=80 man -E UTF-8 -l "$prefix/share/man/man6/$page.6.gz" 2>/dev/null)
   if [[ -z "$warnings" && "$text" == *"SYNOPSIS"* && "$text" == *"$version"* ]]; then
     pass "man page $page renders"
   else
