@@ -27,7 +27,9 @@ struct CommandLine {
 CommandLine parseCommandLine(int argc, char** argv) {
     QCoreApplication probe(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("vantrel"));
-    QCoreApplication::setApplicationVersion(QStringLiteral(PROJECT_VERSION));
+    // --version prints both: users quote the version, the update check compares build numbers.
+    QCoreApplication::setApplicationVersion(
+        QStringLiteral(PROJECT_VERSION " (build " VANTREL_BUILD_NUMBER_TEXT ")"));
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral(
         "A pixel dinosaur runner at the top centre of the screen. Rest the pointer just below the top\n"
@@ -106,6 +108,8 @@ int main(int argc, char** argv) {
     }
     QApplication::setOrganizationName(QStringLiteral("Vantrel"));
     QApplication::setApplicationName(QStringLiteral("Vantrel"));
+    // Lets the desktop match our windows and notifications to the installed desktop entry.
+    QGuiApplication::setDesktopFileName(QStringLiteral(VANTREL_APP_ID));
     QApplication::setQuitOnLastWindowClosed(false);
 
     SteadyClock clock;
