@@ -53,6 +53,8 @@ protected:
         return store;
     }
 
+    std::unique_ptr<GameStore> crashedUnderAutopilot();
+
     // One frame of the clock, as the timer would deliver it.
     void frame(GameStore& store, double seconds = 1.0 / 60) {
         m_clock.advance(seconds);
@@ -504,7 +506,8 @@ TEST_F(GameStoreTest, AnyPlayerInputTakesOver) {
     EXPECT_FALSE(store->autopilot());
 }
 
-TEST_F(GameStoreTest, AutopilotStartsANewRunAfterACrash) {
+// A store whose autopilot has just crashed into a cactus on the dinosaur's spot.
+std::unique_ptr<GameStore> GameStoreTest::crashedUnderAutopilot() {
     auto store = makeStore(23);
     store->setAutopilot(true);
     Runner crash = store->runner();
@@ -512,6 +515,11 @@ TEST_F(GameStoreTest, AutopilotStartsANewRunAfterACrash) {
     RunnerTestAccess::addObstacle(crash, {0, Runner::dinoX, 44, 29, true, ObstacleKind::cactus, 0});
     GameStoreTestAccess::setRunner(*store, crash);
     frame(*store);
+    return store;
+}
+
+TEST_F(GameStoreTest, AutopilotStartsANewRunAfterACrash) {
+    auto store = crashedUnderAutopilot();
     ASSERT_EQ(store->runner().phase(), RunPhase::over);
     EXPECT_FALSE(store->clockRunning());
     // A short look at the crash (1.5 s on the store's clock), then a new run.
@@ -529,13 +537,7 @@ TEST_F(GameStoreTest, AutopilotStartsANewRunAfterACrash) {
 }
 
 TEST_F(GameStoreTest, TakingOverAfterACrashCancelsTheRestart) {
-    auto store = makeStore(23);
-    store->setAutopilot(true);
-    Runner crash = store->runner();
-    RunnerTestAccess::clearObstacles(crash);
-    RunnerTestAccess::addObstacle(crash, {0, Runner::dinoX, 44, 29, true, ObstacleKind::cactus, 0});
-    GameStoreTestAccess::setRunner(*store, crash);
-    frame(*store);
+    auto store = crashedUnderAutopilot();
     ASSERT_EQ(store->runner().phase(), RunPhase::over);
     ASSERT_TRUE(store->autopilotRestartDeadline());
     store->setAutopilot(false);
