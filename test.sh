@@ -13,6 +13,11 @@ scripts/build.sh release
 echo "== tests (release build)"
 ctest --preset release --output-on-failure -j"$(nproc)"
 
+# The Debian package, built as a user would and checked from outside.
+echo "== the Debian package"
+scripts/package-deb.sh
+tests/install/check_deb.sh build/package/vantrel_*.deb
+
 # The application must also stand on the do-nothing desktop services alone.
 scripts/build.sh nox11
 echo "== unit tests without the X11 library"

@@ -1,5 +1,5 @@
-# The Debian package: scripts/package-deb.sh configures a build with the
-# programs in /usr/games (Debian's place for games) and runs the package-deb
+# The Debian package: scripts/package-deb.sh builds the `package` preset (the
+# programs in /usr/games, Debian's place for games) and its package-deb
 # target, which writes vantrel_VERSION_ARCH.deb. The run-time dependencies are
 # computed by dpkg-shlibdeps from the linked libraries.
 include(GNUInstallDirs)
