@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Sets everything up and runs every test: first under AddressSanitizer and
-# UndefinedBehaviorSanitizer, then the release build.
+# UndefinedBehaviorSanitizer, then the release build, then the Debian package,
+# then the unit tests of a build without the X11 library.
 set -euo pipefail
 cd "$(dirname "$0")"
 scripts/install-deps.sh --test

@@ -1,5 +1,6 @@
 #include "Vantrel/shell/AppDelegate.h"
 
+#include "Vantrel/BuildInfo.h"
 #include "Vantrel/GameStore.h"
 #include "Vantrel/Logging.h"
 #include "Vantrel/SettingsValue.h"
@@ -41,7 +42,9 @@ QString AppDelegate::trayToolTip() {
 }
 
 AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* parent)
-    : QObject(parent), m_clock(clock), m_settings(openSettings(options.settingsFile)) {
+    : QObject(parent), m_clock(clock), m_settings(openSettings(options.settingsFile)),
+      m_autostart(QString::fromUtf8(BuildInfo::appId.data(), static_cast<qsizetype>(BuildInfo::appId.size())),
+                  QCoreApplication::applicationFilePath()) {
     QTextStream err(stderr);
 
     // 1. The pixel font, before anything draws text.
@@ -74,10 +77,12 @@ AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* pa
         commands.toggleSound = [this] { toggleSound(); };
         commands.toggleRoomy = [this] { toggleRoomy(); };
         commands.toggleHover = [this] { toggleHover(); };
+        commands.toggleLaunchAtLogin = [this] { toggleLaunchAtLogin(); };
         commands.welcome = [this] { welcome(); };
         commands.checkUpdates = [this] { checkUpdates(); };
         commands.quit = [this] { quit(); };
-        OptionsMenu::fill(*m_menu, store(), commands);
+        // Read from disk each time: the user may have added or removed the file by hand.
+        OptionsMenu::fill(*m_menu, store(), commands, m_autostart.enabled());
     });
     m_tray = new QSystemTrayIcon(StatusIcon::make(), this);
     m_tray->setToolTip(trayToolTip());
@@ -239,6 +244,20 @@ void AppDelegate::toggleSound() {
 void AppDelegate::toggleRoomy() {
     store().setRoomy(!store().roomy());
     m_controller->updateLayout();
+}
+
+void AppDelegate::toggleLaunchAtLogin() {
+    QString error;
+    const bool on = !m_autostart.enabled();
+    if (m_autostart.setEnabled(on, &error)) {
+        qCInfo(lcShell) << (on ? "launch at login: wrote" : "launch at login: removed")
+                        << m_autostart.filePath();
+        return;
+    }
+    qCWarning(lcShell) << "launch at login:" << error;
+    DesktopNotice::show(on ? QStringLiteral("Vantrel cannot start at login")
+                           : QStringLiteral("Vantrel still starts at login"),
+                        error);
 }
 
 void AppDelegate::toggleHover() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Vantrel/shell/Autostart.h"
+
 #include <QObject>
 #include <QPointer>
 
@@ -65,6 +67,8 @@ public slots:
     void toggleSound();
     void toggleRoomy();
     void toggleHover();
+    // Writes or removes the autostart entry, which runs this very program at login.
+    void toggleLaunchAtLogin();
     void welcome();
     void checkUpdates();
     void quit();
@@ -83,6 +87,7 @@ private:
     QSystemTrayIcon* m_tray = nullptr;
     // Parentless (a QWidget cannot have the delegate as parent), so owned here.
     std::unique_ptr<QMenu> m_menu;
+    Autostart m_autostart;
     QPointer<OnboardingWindowController> m_onboarding;
     QTimer* m_trayWait = nullptr;
     VeltUpdateManager* m_updates = nullptr;

@@ -31,7 +31,7 @@ void addToggle(QMenu& menu, const QString& text, bool on, const std::function<vo
 
 } // namespace
 
-void fill(QMenu& menu, const GameStore& store, const OptionsMenuCommands& commands) {
+void fill(QMenu& menu, const GameStore& store, const OptionsMenuCommands& commands, bool launchAtLogin) {
     menu.clear();
     addInfo(menu, QStringLiteral("Vantrel"));
     addInfo(menu, QStringLiteral("Hover over the notch to play"));
@@ -45,6 +45,7 @@ void fill(QMenu& menu, const GameStore& store, const OptionsMenuCommands& comman
     addToggle(menu, QStringLiteral("Sound"), store.soundEnabled(), commands.toggleSound);
     addToggle(menu, QStringLiteral("Larger Playfield"), store.roomy(), commands.toggleRoomy);
     addToggle(menu, QStringLiteral("Hover to Peek"), store.hoverToPeek(), commands.toggleHover);
+    addToggle(menu, QStringLiteral("Launch at Login"), launchAtLogin, commands.toggleLaunchAtLogin);
     menu.addSeparator();
     addCommand(menu, QStringLiteral("Welcome to Vantrel\u2026"), commands.welcome);
     addCommand(menu, QStringLiteral("Check for Updates\u2026"), commands.checkUpdates);

@@ -16,6 +16,7 @@ struct OptionsMenuCommands {
     std::function<void()> toggleSound;
     std::function<void()> toggleRoomy;
     std::function<void()> toggleHover;
+    std::function<void()> toggleLaunchAtLogin;
     std::function<void()> welcome;
     std::function<void()> checkUpdates;
     std::function<void()> quit;
@@ -25,8 +26,9 @@ struct OptionsMenuCommands {
 // (from the tray icon or the playfield's options button).
 namespace OptionsMenu {
 
-// Replaces the menu's items.
-void fill(QMenu& menu, const GameStore& store, const OptionsMenuCommands& commands);
+// Replaces the menu's items. `launchAtLogin` is whether the autostart entry exists now.
+void fill(QMenu& menu, const GameStore& store, const OptionsMenuCommands& commands,
+          bool launchAtLogin = false);
 
 } // namespace OptionsMenu
 

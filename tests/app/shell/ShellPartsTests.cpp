@@ -84,22 +84,23 @@ TEST_F(OptionsMenuTest, ItemsInOrderWithStates) {
     commands.toggleSound = [&] { called << "sound"; };
     commands.toggleRoomy = [&] { called << "roomy"; };
     commands.toggleHover = [&] { called << "hover"; };
+    commands.toggleLaunchAtLogin = [&] { called << "login"; };
     commands.welcome = [&] { called << "welcome"; };
     commands.checkUpdates = [&] { called << "updates"; };
     commands.quit = [&] { called << "quit"; };
     QMenu menu;
-    OptionsMenu::fill(menu, *store, commands);
+    OptionsMenu::fill(menu, *store, commands, true);
 
     QStringList titles;
     for (QAction* action : menu.actions()) {
         titles << (action->isSeparator() ? QStringLiteral("-") : action->text());
         EXPECT_TRUE(action->shortcut().isEmpty());
     }
-    EXPECT_EQ(titles,
-              QStringList({"Vantrel", "Hover over the notch to play", "Open anywhere  Alt+Super+Space", "-",
-                           "Play / Resume", "Fresh Run", "Watch Autopilot", "-", "Sound", "Larger Playfield",
-                           "Hover to Peek", "-", QString::fromUtf8("Welcome to Vantrel\u2026"),
-                           QString::fromUtf8("Check for Updates\u2026"), "-", "Quit Vantrel"}));
+    EXPECT_EQ(titles, QStringList({"Vantrel", "Hover over the notch to play",
+                                   "Open anywhere  Alt+Super+Space", "-", "Play / Resume", "Fresh Run",
+                                   "Watch Autopilot", "-", "Sound", "Larger Playfield", "Hover to Peek",
+                                   "Launch at Login", "-", QString::fromUtf8("Welcome to Vantrel\u2026"),
+                                   QString::fromUtf8("Check for Updates\u2026"), "-", "Quit Vantrel"}));
     const QList<QAction*> actions = menu.actions();
     EXPECT_FALSE(actions[0]->isEnabled());
     EXPECT_FALSE(actions[1]->isEnabled());
@@ -107,12 +108,14 @@ TEST_F(OptionsMenuTest, ItemsInOrderWithStates) {
     EXPECT_TRUE(actions[8]->isChecked());  // Sound
     EXPECT_FALSE(actions[9]->isChecked()); // Larger Playfield
     EXPECT_TRUE(actions[10]->isChecked()); // Hover to Peek (default on)
+    EXPECT_TRUE(actions[11]->isCheckable());
+    EXPECT_TRUE(actions[11]->isChecked()); // Launch at Login, as the caller found the file
     for (QAction* action : actions) {
         if (action->isEnabled() && !action->isSeparator()) {
             action->trigger();
         }
     }
-    EXPECT_EQ(called, QStringList({"play", "freshRun", "watch", "sound", "roomy", "hover", "welcome",
+    EXPECT_EQ(called, QStringList({"play", "freshRun", "watch", "sound", "roomy", "hover", "login", "welcome",
                                    "updates", "quit"}));
 }
 
@@ -124,7 +127,8 @@ TEST_F(OptionsMenuTest, UnavailableShortcutAndRebuilding) {
     store->setShortcutAvailable(true);
     store->setRoomy(true);
     OptionsMenu::fill(menu, *store, {});
-    EXPECT_EQ(menu.actions().size(), 16);
+    EXPECT_EQ(menu.actions().size(), 17);
     EXPECT_EQ(menu.actions()[2]->text(), "Open anywhere  Alt+Super+Space");
     EXPECT_TRUE(menu.actions()[9]->isChecked());
+    EXPECT_FALSE(menu.actions()[11]->isChecked()); // Launch at Login off by default
 }

@@ -20,7 +20,7 @@ PEEK_HEIGHT = 24
 
 # The options menu's commands in keyboard order (the three info lines on top are disabled).
 MENU = ["Play / Resume", "Fresh Run", "Watch Autopilot", "Sound", "Larger Playfield", "Hover to Peek",
-        "Welcome to Vantrel\u2026", "Check for Updates\u2026", "Quit Vantrel"]
+        "Launch at Login", "Welcome to Vantrel\u2026", "Check for Updates\u2026", "Quit Vantrel"]
 
 
 def expanded_width(width):
@@ -38,7 +38,7 @@ def popup_menus(d, near=None):
         if '"Velt"' in name:
             continue
         g = d.window_geometry(wid)
-        # The menu has 9 commands, 3 info lines and 4 separators: well over 200 pixels high.
+        # The menu has 10 commands, 3 info lines and 4 separators: well over 200 pixels high.
         if g and g[3] > 200 and g[2] > 100:
             found.append((wid, g))
     return found
@@ -204,6 +204,20 @@ def with_tray(program):
             d.move_to(CX, 400)
             d.wait_geometry(lambda g: g is None, 3.0, "the tab did not go away")
 
+        def launch_at_login_writes_and_removes_the_autostart_entry():
+            shut(d)
+            entry = os.path.join(d.tmp, "autostart", "org.vantrel.Vantrel.desktop")
+            assert not os.path.exists(entry), "an autostart entry existed before anyone asked for it"
+            choose(d, "Launch at Login")
+            d.wait_for(lambda: os.path.isfile(entry), 3, "Launch at Login wrote no %s" % entry)
+            with open(entry, encoding="utf-8") as f:
+                lines = f.read().splitlines()
+            assert lines[0] == "[Desktop Entry]", lines
+            exec_line = "Exec=" + os.path.realpath(program)
+            assert exec_line in lines, "expected %r in %s" % (exec_line, lines)
+            choose(d, "Launch at Login")
+            d.wait_for(lambda: not os.path.exists(entry), 3, "Launch at Login did not remove %s" % entry)
+
         def second_launch_opens_and_toggle_closes():
             shut(d)
             rc, seconds, err = launch_again(d)
@@ -257,6 +271,8 @@ def with_tray(program):
             ("Sound switches the sound setting on and off", sound_toggles),
             ("Larger Playfield grows the open playfield to 600 wide and back", larger_playfield_while_expanded),
             ("Hover to Peek switches peeking off and on", hover_to_peek_toggles),
+            ("Launch at Login writes the autostart entry, a second time removes it",
+             launch_at_login_writes_and_removes_the_autostart_entry),
             ("a second launch opens the playfield, --toggle closes it", second_launch_opens_and_toggle_closes),
             ("the options button opens the menu below it", options_button_opens_menu_below_it),
             ("SIGTERM during a run keeps the best score", sigterm_keeps_best_score),
