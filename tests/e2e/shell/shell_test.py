@@ -379,9 +379,37 @@ def without_tray(program):
         return status
 
 
+def tray_starts_late(program):
+    """At login the tray often starts after the programs it hosts."""
+    with Desktop(program, WIDTH, HEIGHT) as d:
+        d.env["VANTREL_TRAY_WAIT_SECONDS"] = "6"
+        d.start_vantrel()
+
+        def icon_embeds_when_the_tray_comes_and_no_notice_shows():
+            assert d.tray_window() is None, "a tray was there before the test started one"
+            # Three seconds without a tray, as at a slow login; nothing is said about it yet.
+            d.hold(lambda: not d.visible_windows(name="^Vantrel is running$"), 3.0,
+                   lambda _: "a notice came before the tray wait was over")
+            d.start_tray()
+            d.wait_for(lambda: d.tray_icon() is not None, 5, "the icon was not embedded in the late tray")
+            # Past the 6 s deadline, and a second more: still no notice about a missing tray.
+            d.hold(lambda: not d.visible_windows(name="^Vantrel is running$"), 5.0,
+                   lambda _: "a notice about a missing tray, though the tray came")
+
+        status = run_checks([
+            ("a tray that starts 3 s late gets the icon, and no notice is shown",
+             icon_embeds_when_the_tray_comes_and_no_notice_shows),
+        ])
+        rc = d.stop_vantrel()
+        if rc != 0:
+            print("FAIL vantrel exited with %s on SIGTERM" % rc)
+            status = 1
+        return status
+
+
 def main(program):
     status = 0
-    for part in (with_tray, first_launch, without_tray):
+    for part in (with_tray, first_launch, without_tray, tray_starts_late):
         print("--- %s" % part.__name__.replace("_", " "), flush=True)
         status = worst(status, part(program))
     return status
