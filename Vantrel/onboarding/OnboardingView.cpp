@@ -3,6 +3,7 @@
 #include "Vantrel/Clock.h"
 #include "Vantrel/pixels/NotchWelcomeIllustration.h"
 
+#include <QCheckBox>
 #include <QEasingCurve>
 #include <QFontDatabase>
 #include <QGraphicsOpacityEffect>
@@ -260,6 +261,13 @@ QWidget* OnboardingView::makeControlsPage(bool shortcutAvailable) {
               12);
     footnote->setObjectName("footnote");
     layout->addWidget(footnote);
+    // Offered, never assumed: the autostart entry is written only if the user ticks this.
+    m_launchAtLogin = new QCheckBox(QStringLiteral("Launch at Login"));
+    m_launchAtLogin->setObjectName("launchAtLogin");
+    QFont font = m_launchAtLogin->font();
+    font.setPointSize(12);
+    m_launchAtLogin->setFont(font);
+    layout->addWidget(m_launchAtLogin);
     return page;
 }
 

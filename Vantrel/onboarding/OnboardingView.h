@@ -5,6 +5,7 @@
 
 #include <functional>
 
+class QCheckBox;
 class QLabel;
 class QPushButton;
 class QStackedWidget;
@@ -43,6 +44,8 @@ public:
     QPushButton* backButton() const { return m_back; }
     QPushButton* getStartedButton() const { return m_getStarted; }
     QPushButton* letsPlayButton() const { return m_letsPlay; }
+    // "Launch at Login" on the last page: unticked unless the caller says it is on already.
+    QCheckBox* launchAtLoginBox() const { return m_launchAtLogin; }
     QWidget* currentPage() const;
 
 private:
@@ -60,6 +63,7 @@ private:
     QPushButton* m_back;
     QPushButton* m_getStarted;
     QPushButton* m_letsPlay;
+    QCheckBox* m_launchAtLogin = nullptr;
     // Repaints while a page fades in; the clock, not the timer, says how far it is.
     QTimer m_fadeFrames;
     double m_fadeStart = 0; // seconds on m_clock

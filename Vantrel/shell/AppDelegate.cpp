@@ -17,6 +17,7 @@
 #include "Vantrel/update/VeltUpdateManager.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QGuiApplication>
 #include <QMenu>
 #include <QSessionManager>
@@ -202,6 +203,7 @@ void AppDelegate::showOnboarding() {
     // The same preference the panel's springs follow.
     const platform::MotionPreference& motion = m_controller->motionPreference();
     m_onboarding->view()->setReduceMotion(motion.reduceMotion());
+    m_onboarding->view()->launchAtLoginBox()->setChecked(m_autostart.enabled());
     connect(&motion, &platform::MotionPreference::changed, m_onboarding,
             [this, &motion] { m_onboarding->view()->setReduceMotion(motion.reduceMotion()); });
     connect(m_onboarding, &OnboardingWindowController::quitRequested, this, &AppDelegate::quit);
@@ -211,6 +213,9 @@ void AppDelegate::showOnboarding() {
 void AppDelegate::finishOnboarding(bool openPlayfield) {
     m_settings->setValue(QLatin1String(completedOnboardingKey), true);
     m_settings->sync();
+    if (m_onboarding && m_onboarding->view()->launchAtLoginBox()->isChecked() != m_autostart.enabled()) {
+        toggleLaunchAtLogin();
+    }
     if (m_onboarding) {
         m_onboarding->close();
     }

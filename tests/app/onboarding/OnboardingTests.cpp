@@ -4,6 +4,7 @@
 #include "Vantrel/pixels/NotchWelcomeIllustration.h"
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QClipboard>
 #include <QGraphicsOpacityEffect>
 #include <QImage>
@@ -214,4 +215,21 @@ TEST(Onboarding, IllustrationDrawsTheNotchAndTheDinosaur) {
     for (int row = 0; row < rows; ++row) {
         EXPECT_EQ(static_cast<int>(std::strlen(NotchWelcomeIllustration::rows()[row])), columns) << row;
     }
+}
+
+TEST(Onboarding, LaunchAtLoginIsOfferedOnTheLastPageUnticked) {
+    ManualClock clock;
+    OnboardingView view(true, clock, [](bool) {});
+    QCheckBox* box = view.launchAtLoginBox();
+    ASSERT_NE(box, nullptr);
+    EXPECT_EQ(box->text(), "Launch at Login");
+    EXPECT_FALSE(box->isChecked()); // never on unless the user ticks it
+    view.setReduceMotion(true);
+    EXPECT_FALSE(view.currentPage()->isAncestorOf(box));
+    view.getStartedButton()->click();
+    EXPECT_TRUE(view.currentPage()->isAncestorOf(box));
+    // The view only records the choice; finishing does not tick or untick it.
+    box->setChecked(true);
+    view.letsPlayButton()->click();
+    EXPECT_TRUE(box->isChecked());
 }

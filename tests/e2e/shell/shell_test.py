@@ -330,6 +330,9 @@ def first_launch(program):
             d.wait_for(lambda: d.read_settings().get("hasCompletedOnboarding") == "true", 3,
                        "hasCompletedOnboarding not written (settings %s)" % d.read_settings())
             d.wait_geometry(lambda g: g == EXPANDED, 3.0, "Let’s play did not open the playfield")
+            # Launch at Login was offered unticked and left so: nothing may start at login.
+            entry = os.path.join(d.tmp, "autostart", "org.vantrel.Vantrel.desktop")
+            assert not os.path.exists(entry), "onboarding wrote %s without being asked" % entry
 
         status = run_checks([
             ("the first launch shows the onboarding window", onboarding_shows),
