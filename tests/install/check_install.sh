@@ -85,6 +85,20 @@ version=$(sed -n 's/^project(Vantrel VERSION \([0-9.]*\).*/\1/p' "$(dirname "$0"
 grep -q "<release version=\"$version\"" "$prefix/share/metainfo/org.vantrel.Vantrel.metainfo.xml" &&
   pass "the catalogue names release $version" || fail "the catalogue does not name release $version"
 
+# Every screenshot the catalogue names is one that vantrel-snapshot draws (and a maintainer publishes).
+shots="$stage/screenshots"
+QT_QPA_PLATFORM=offscreen ASAN_OPTIONS=detect_leaks=0 "$build/tools/vantrel-snapshot/vantrel-snapshot" "$shots" >/dev/null
+named=$(grep -o '<image[^>]*>[^<]*</image>' "$prefix/share/metainfo/org.vantrel.Vantrel.metainfo.xml" |
+  sed 's/.*>\([^<]*\)<.*/\1/')
+if [[ -z "$named" ]]; then
+  fail "the catalogue names no screenshot"
+fi
+for url in $named; do
+  file="$shots/$(basename "$url")"
+  [[ "$url" == https://* && -f "$file" ]] && pass "screenshot $(basename "$url") is drawn by vantrel-snapshot" ||
+    fail "screenshot $url is not an https URL of an image vantrel-snapshot draws"
+done
+
 for page in vantrel vantrel-sim; do
   warnings=$(LC_ALL=C.UTF-8 MANWIDTH=80 man --warnings -E UTF-8 -l "$prefix/share/man/man6/$page.6.gz" 2>&1 >/dev/null)
   text=$(LC_ALL=C.UTF-8 MANWIDTH=80 man -E UTF-8 -l "$prefix/share/man/man6/$page.6.gz" 2>/dev/null)
