@@ -486,6 +486,16 @@ def run_checks(checks):
     return 0
 
 
+def run_checks_then_stop(d, checks):
+    """run_checks, then stops the program with SIGTERM: an unclean exit fails the test too."""
+    status = run_checks(checks)
+    rc = d.stop_vantrel()
+    if rc != 0:
+        print("FAIL vantrel exited with %s on SIGTERM" % rc)
+        status = 1
+    return status
+
+
 def worst(*statuses):
     """The exit status of several parts: a failure wins over a skip, a skip over a pass."""
     if any(s not in (0, SKIP) for s in statuses):

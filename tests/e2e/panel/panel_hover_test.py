@@ -17,7 +17,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
-from desktop import Desktop, Undecided, run_checks  # noqa: E402
+from desktop import Desktop, Undecided, run_checks_then_stop  # noqa: E402
 
 WIDTH, HEIGHT = 1280, 800
 CX = WIDTH // 2
@@ -158,18 +158,13 @@ def main(program):
             d.move_to(*AWAY)
             d.wait_geometry(lambda g: g is None, 2.0, "the tab never went away")
 
-        status = run_checks([
+        return run_checks_then_stop(d, [
             ("resting reveals the tab after the delay", reveal_after_rest),
             ("leaving hides it after the delay", hide_after_leaving),
             ("passing through quickly does not reveal", passing_through_does_not_reveal),
             ("a drag never reveals", drag_never_reveals),
             ("a pointer pushed against the top edge counts as inside", pushed_against_the_top_edge),
         ])
-        rc = d.stop_vantrel()
-        if rc != 0:
-            print("FAIL vantrel exited with %s on SIGTERM" % rc)
-            status = 1
-        return status
 
 
 if __name__ == "__main__":

@@ -12,7 +12,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
-from desktop import Desktop, dino_rows, run_checks  # noqa: E402
+from desktop import Desktop, dino_rows, run_checks_then_stop  # noqa: E402
 
 WIDTH, HEIGHT = 1280, 800
 CX = WIDTH // 2
@@ -220,7 +220,7 @@ def main(program):
             d.move_to(CX, 300)
             d.wait_geometry(lambda g: g is None, 2.0, "the tab never went away")
 
-        status = run_checks([
+        return run_checks_then_stop(d, [
             ("a click on the tab expands the playfield", click_on_tab_expands),
             ("Space starts a run with a jump", space_jumps),
             ("R starts a fresh run", r_starts_a_fresh_run),
@@ -232,11 +232,6 @@ def main(program):
             ("a workspace switch closes the playfield", workspace_switch_closes),
             ("the panel stays out of the taskbar, on every workspace", out_of_taskbar_and_on_all_workspaces),
         ])
-        rc = d.stop_vantrel()
-        if rc != 0:
-            print("FAIL vantrel exited with %s on SIGTERM" % rc)
-            status = 1
-        return status
 
 
 if __name__ == "__main__":

@@ -5,7 +5,7 @@ import os
 import sys
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
-from desktop import Desktop, run_checks, worst  # noqa: E402
+from desktop import Desktop, run_checks, run_checks_then_stop, worst  # noqa: E402
 
 WIDTH, HEIGHT = 2560, 800
 EXPANDED_HEIGHT = 192
@@ -140,18 +140,13 @@ def main(program):
             ("the playfield reopened right after closing stays open", reopened_at_once_stays_open),
         ])
         work = d.start_xterm("work", "80x24+100+200")
-        status = worst(status, run_checks([
+        return worst(status, run_checks_then_stop(d, [
             ("Alt+Super+Space opens and closes the playfield from another window",
              shortcut_toggles_from_another_window),
             ("a shortcut held by another program is reported", shortcut_held_elsewhere_is_reported),
             ("a full-screen window stops hovering but not the shortcut", full_screen_window_blocks_hover_only),
             ("screens added and removed move the panel", screens_added_and_removed),
         ]))
-        rc = d.stop_vantrel()
-        if rc != 0:
-            print("FAIL vantrel exited with %s on SIGTERM" % rc)
-            status = 1
-    return status
 
 
 if __name__ == "__main__":

@@ -11,7 +11,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
-from desktop import Desktop, run_checks, worst  # noqa: E402
+from desktop import Desktop, run_checks, run_checks_then_stop, worst  # noqa: E402
 
 WIDTH, HEIGHT = 1280, 800
 CX = WIDTH // 2
@@ -334,18 +334,13 @@ def first_launch(program):
             entry = os.path.join(d.tmp, "autostart", "org.vantrel.Vantrel.desktop")
             assert not os.path.exists(entry), "onboarding wrote %s without being asked" % entry
 
-        status = run_checks([
+        return run_checks_then_stop(d, [
             ("the first launch shows the onboarding window", onboarding_shows),
             ("while onboarding shows, the shortcut and a second launch leave the playfield shut",
              playfield_held_back),
             ("Get started, then Let’s play, finishes onboarding and opens the playfield",
              finishing_opens_playfield),
         ])
-        rc = d.stop_vantrel()
-        if rc != 0:
-            print("FAIL vantrel exited with %s on SIGTERM" % rc)
-            status = 1
-        return status
 
 
 def without_tray(program):
@@ -371,15 +366,10 @@ def without_tray(program):
             d.wait_geometry(lambda g: g == EXPANDED, 3.0, "the shortcut did not open the playfield")
             escape_closes(d)
 
-        status = run_checks([
+        return run_checks_then_stop(d, [
             ("without a tray a notice window says so, once", notice_once),
             ("without a tray hovering and the shortcut still work", hover_and_shortcut_work),
         ])
-        rc = d.stop_vantrel()
-        if rc != 0:
-            print("FAIL vantrel exited with %s on SIGTERM" % rc)
-            status = 1
-        return status
 
 
 def tray_starts_late(program):
@@ -399,15 +389,10 @@ def tray_starts_late(program):
             d.hold(lambda: not d.visible_windows(name="^Vantrel is running$"), 5.0,
                    lambda _: "a notice about a missing tray, though the tray came")
 
-        status = run_checks([
+        return run_checks_then_stop(d, [
             ("a tray that starts 3 s late gets the icon, and no notice is shown",
              icon_embeds_when_the_tray_comes_and_no_notice_shows),
         ])
-        rc = d.stop_vantrel()
-        if rc != 0:
-            print("FAIL vantrel exited with %s on SIGTERM" % rc)
-            status = 1
-        return status
 
 
 def main(program):
