@@ -2,6 +2,7 @@
 
 #include "Vantrel/Logging.h"
 #include "Vantrel/pixels/NotchShape.h"
+#include "Vantrel/platform/PanelSurface.h"
 #include "Vantrel/platform/WindowTraits.h"
 
 #include <QRegion>
@@ -12,10 +13,10 @@
 
 namespace vantrel {
 
-NotchPanel::NotchPanel(platform::WindowTraits& traits, QWidget* parent)
+NotchPanel::NotchPanel(platform::WindowTraits& traits, platform::PanelSurface* surface, QWidget* parent)
     : QWidget(parent, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
                           Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint),
-      m_traits(traits) {
+      m_traits(traits), m_surface(surface) {
     setWindowTitle(QStringLiteral("Velt"));
     setObjectName(QStringLiteral("vantrel-panel"));
     setAttribute(Qt::WA_TranslucentBackground);
@@ -23,6 +24,10 @@ NotchPanel::NotchPanel(platform::WindowTraits& traits, QWidget* parent)
     setAttribute(Qt::WA_DeleteOnClose, false);
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
+    if (m_surface != nullptr) {
+        // Qt still paints the panel and delivers its events; only the window stays off screen.
+        setAttribute(Qt::WA_DontShowOnScreen);
+    }
     winId(); // create the native window now, so its traits can be set before it is first shown
 }
 
@@ -34,6 +39,9 @@ void NotchPanel::setAcceptsGameInput(bool accepts) {
     // On the native window only: QWidget::setWindowFlag would re-create and hide the panel.
     if (QWindow* window = windowHandle()) {
         window->setFlag(Qt::WindowDoesNotAcceptFocus, !accepts);
+    }
+    if (m_surface != nullptr) {
+        m_surface->setKeyboardFocus(accepts);
     }
 }
 
@@ -60,6 +68,12 @@ void NotchPanel::orderFront() {
         raise();
         return;
     }
+    if (m_surface != nullptr) {
+        m_surface->attach(windowHandle());
+        show();
+        update(); // the surface shows the first paint
+        return;
+    }
     m_traits.applyPanelTraits(windowHandle());
     show();
     raise();
@@ -68,6 +82,18 @@ void NotchPanel::orderFront() {
 
 void NotchPanel::orderOut() {
     hide();
+    if (m_surface != nullptr) {
+        m_surface->hide();
+    }
+}
+
+bool NotchPanel::event(QEvent* event) {
+    const bool handled = QWidget::event(event);
+    // Qt has painted the panel into its backing store: hand the pixels to the surface.
+    if (event->type() == QEvent::UpdateRequest && m_surface != nullptr && isVisible()) {
+        m_surface->present(backingStore(), geometry());
+    }
+    return handled;
 }
 
 void NotchPanel::resizeEvent(QResizeEvent* event) {
@@ -83,6 +109,9 @@ void NotchPanel::resizeEvent(QResizeEvent* event) {
 void NotchPanel::updateMask() {
     QPolygon polygon = NotchShape{m_radius}.path(QRectF(rect())).toFillPolygon().toPolygon();
     setMask(QRegion(polygon));
+    if (m_surface != nullptr) {
+        m_surface->setInputRegion(QRegion(polygon));
+    }
 }
 
 } // namespace vantrel

@@ -5,6 +5,7 @@
 #include <QWidget>
 
 namespace vantrel::platform {
+class PanelSurface;
 class WindowTraits;
 } // namespace vantrel::platform
 
@@ -22,7 +23,10 @@ public:
     static constexpr double expandedRadius = PanelLayout::expandedRadius;
     static constexpr double collapsedRadius = PanelLayout::collapsedRadius;
 
-    explicit NotchPanel(platform::WindowTraits& traits, QWidget* parent = nullptr);
+    // With a `surface`, the panel paints without a window of its own on screen and
+    // is shown through that surface instead (a layer surface on Wayland).
+    explicit NotchPanel(platform::WindowTraits& traits, platform::PanelSurface* surface = nullptr,
+                        QWidget* parent = nullptr);
 
     bool acceptsGameInput() const { return m_acceptsGameInput; }
     void setAcceptsGameInput(bool accepts);
@@ -38,12 +42,14 @@ public:
     void orderOut();
 
 protected:
+    bool event(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
 
 private:
     void updateMask();
 
     platform::WindowTraits& m_traits;
+    platform::PanelSurface* m_surface;
     QWidget* m_content = nullptr;
     bool m_acceptsGameInput = false;
     double m_radius = collapsedRadius;

@@ -45,7 +45,8 @@ NotchPanelController::NotchPanelController(std::unique_ptr<QSettings> settings, 
                                            platform::PlatformServices services,
                                            const PanelContentFactory& contentFactory, QObject* parent)
     : QObject(parent), m_store(std::make_unique<GameStore>(std::move(settings), clock)),
-      m_services(std::move(services)), m_panel(std::make_unique<NotchPanel>(*m_services.windowTraits)),
+      m_services(std::move(services)),
+      m_panel(std::make_unique<NotchPanel>(*m_services.windowTraits, m_services.panelSurface.get())),
       m_hoverMonitor(new NotchHoverMonitor(*m_services.pointer, clock, this)),
       m_springAnimator(new PanelSpringAnimator(clock, this)),
       m_screens(new PanelScreens(*m_services.screenNotch, this)),
@@ -63,6 +64,7 @@ NotchPanelController::NotchPanelController(std::unique_ptr<QSettings> settings, 
 
     connect(m_hoverMonitor, &NotchHoverMonitor::visibilityChanged, this,
             &NotchPanelController::setPeekVisible);
+    m_hoverMonitor->setHoverStrip(m_services.hoverStrip.get());
     m_hoverMonitor->setEnabled(m_store->hoverToPeek());
     m_hoverMonitor->start();
 

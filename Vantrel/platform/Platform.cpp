@@ -12,6 +12,13 @@
 #include "Vantrel/platform/x11/X11WindowTraits.h"
 #endif
 
+#if VANTREL_WITH_WAYLAND
+#include "Vantrel/platform/wayland/LayerDesktopPointer.h"
+#include "Vantrel/platform/wayland/LayerHoverStrip.h"
+#include "Vantrel/platform/wayland/LayerPanelSurface.h"
+#include "Vantrel/platform/wayland/LayerShellClient.h"
+#endif
+
 #include <QGuiApplication>
 #include <QSettings>
 
@@ -38,8 +45,37 @@ PlatformServices nullPlatformServices() {
     services.systemSignals = std::make_unique<NullSystemSignals>();
     services.screenNotch = std::make_unique<NoScreenNotch>();
     services.motion = std::make_unique<NullMotionPreference>();
+    services.hoverStrip = std::make_unique<NullHoverStrip>();
     return services;
 }
+
+namespace {
+
+// The panel, its hover strip and the pointer over them as layer surfaces, where
+// the compositor offers the layer shell. False (with a note) otherwise.
+bool useLayerShell(PlatformServices& services) {
+#if VANTREL_WITH_WAYLAND
+    QString error;
+    auto client = wayland::LayerShellClient::connect(&error);
+    if (!client) {
+        if (!qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+            services.notes << QStringLiteral("Wayland: %1; the panel is an ordinary window").arg(error);
+        }
+        return false;
+    }
+    services.pointer = std::make_unique<wayland::LayerDesktopPointer>(*client);
+    services.panelSurface = std::make_unique<wayland::LayerPanelSurface>(*client);
+    services.hoverStrip = std::make_unique<wayland::LayerHoverStrip>(*client);
+    services.backend = std::move(client);
+    services.notes << QStringLiteral("Wayland: the panel and its hover strip are layer surfaces");
+    return true;
+#else
+    Q_UNUSED(services);
+    return false;
+#endif
+}
+
+} // namespace
 
 PlatformServices makePlatformServices(const QSettings& settings) {
     PlatformServices services = nullPlatformServices();
@@ -53,15 +89,20 @@ PlatformServices makePlatformServices(const QSettings& settings) {
         services.notes << problem;
     }
 
+    const bool layerShell = useLayerShell(services);
     if (!onX11()) {
-        services.notes << QStringLiteral("not on X11: hover sampling is polled and the previous window "
-                                         "is not refocused");
+        if (!layerShell) {
+            services.notes << QStringLiteral("not on X11: hover sampling is polled and the previous window "
+                                             "is not refocused");
+        }
         services.systemSignals = std::make_unique<SessionSignals>();
         return services;
     }
 #if VANTREL_WITH_X11
     QString error;
-    if (auto pointer = x11::X11DesktopPointer::create(&error)) {
+    if (layerShell) {
+        // The layer surfaces see the pointer over every window, native or not.
+    } else if (auto pointer = x11::X11DesktopPointer::create(&error)) {
         services.pointer = std::move(pointer);
     } else {
         services.notes

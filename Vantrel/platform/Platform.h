@@ -3,7 +3,9 @@
 #include "Vantrel/platform/ActiveWindow.h"
 #include "Vantrel/platform/DesktopPointer.h"
 #include "Vantrel/platform/HotKey.h"
+#include "Vantrel/platform/HoverStrip.h"
 #include "Vantrel/platform/MotionPreference.h"
+#include "Vantrel/platform/PanelSurface.h"
 #include "Vantrel/platform/ScreenNotch.h"
 #include "Vantrel/platform/SystemSignals.h"
 #include "Vantrel/platform/WindowTraits.h"
@@ -18,18 +20,25 @@ namespace vantrel::platform {
 
 // The operating-system services the panel uses, each behind its interface.
 struct PlatformServices {
+    // A connection the services below share (the Wayland one); declared first so it goes last.
+    std::unique_ptr<QObject> backend;
     std::unique_ptr<DesktopPointer> pointer;
     std::unique_ptr<ActiveWindow> activeWindow;
     std::unique_ptr<WindowTraits> windowTraits;
     std::unique_ptr<SystemSignals> systemSignals;
     std::unique_ptr<ScreenNotch> screenNotch;
     std::unique_ptr<MotionPreference> motion;
+    // Null where the panel's own window is shown (X11); a layer surface on Wayland.
+    std::unique_ptr<PanelSurface> panelSurface;
+    std::unique_ptr<HoverStrip> hoverStrip;
     // Why a fallback was taken, one line each, for the user's diagnostics.
     QStringList notes;
 };
 
-// The one place that picks a backend: X11 when Qt runs on xcb (and the X11 library is built in),
-// otherwise the do-nothing fallbacks (and a polled pointer). Sleep signals and the motion
+// The one place that picks a backend: on a Wayland compositor with the layer shell, the
+// panel, hover strip and pointer are layer surfaces (and the rest X11 where Qt runs on XWayland);
+// X11 when Qt runs on xcb (and the X11 library is built in); otherwise the do-nothing
+// fallbacks (and a polled pointer). Sleep signals and the motion
 // preference come from the desktop session, whatever the windowing system.
 // `settings` supplies the notch description.
 PlatformServices makePlatformServices(const QSettings& settings);
