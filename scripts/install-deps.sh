@@ -9,6 +9,7 @@ build_pkgs=(
   build-essential cmake ninja-build pkg-config git ca-certificates ccache
   qt6-base-dev qt6-base-dev-tools qt6-multimedia-dev libqt6svg6
   libxcb1-dev libxcb-xinput-dev libxcb-keysyms1-dev libx11-dev libx11-xcb-dev libxkbcommon-dev libglib2.0-dev
+  libwayland-dev libwayland-bin wayland-protocols qt6-base-private-dev
   libsodium-dev nlohmann-json3-dev liburiparser-dev
   libgtest-dev libgmock-dev libbenchmark-dev npm
   qt6-qpa-plugins libqt6multimedia6 gstreamer1.0-plugins-base
@@ -20,6 +21,7 @@ test_pkgs=(
   pulseaudio pulseaudio-utils sox libsox-fmt-all gsettings-desktop-schemas libglib2.0-bin
   openssl clang-format strace
   desktop-file-utils appstream man-db lintian dpkg-dev
+  sway xwayland grim wtype gir1.2-gtk-3.0
 )
 
 want=("${build_pkgs[@]}")

@@ -61,6 +61,11 @@ void NotchHoverMonitor::setEnabled(bool enabled) {
 
 void NotchHoverMonitor::suppressUntilExit() {
     resetWith(&HoverIntent::suppressUntilExit);
+    // Where no event may come until the pointer enters the trigger area again, look now:
+    // a pointer already outside ends the suppression, as a move outside would.
+    if (m_pointer.positionIsLive() && m_pointer.isActive()) {
+        pointerChanged();
+    }
 }
 
 void NotchHoverMonitor::reset() {

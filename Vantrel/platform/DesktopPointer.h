@@ -20,6 +20,10 @@ public:
     virtual QPointF position() const = 0;
     // A mouse button is held (any of the first three).
     virtual bool buttonsPressed() const = 0;
+    // position() is true now even if no event has come for a while: where the
+    // compositor tells us when the pointer leaves, no news means it is still away.
+    // Where positions are only sampled on events, the last one may be stale.
+    virtual bool positionIsLive() const { return false; }
 
 signals:
     // The pointer moved or a button went down or up.

@@ -19,6 +19,7 @@ public:
     bool isActive() const override { return m_active; }
     QPointF position() const override;
     bool buttonsPressed() const override;
+    bool positionIsLive() const override { return true; }
 
 private:
     LayerShellClient& m_client;
