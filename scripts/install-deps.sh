@@ -21,7 +21,7 @@ test_pkgs=(
   pulseaudio pulseaudio-utils sox libsox-fmt-all gsettings-desktop-schemas libglib2.0-bin
   openssl clang-format strace
   desktop-file-utils appstream man-db lintian dpkg-dev
-  sway xwayland grim wtype gir1.2-gtk-3.0
+  sway xwayland grim wtype gir1.2-gtk-3.0 plasma-wayland-protocols kwin-wayland
 )
 
 want=("${build_pkgs[@]}")

@@ -26,6 +26,7 @@ void LayerPanelSurface::present(QBackingStore* store, const QRect& frame) {
 void LayerPanelSurface::hide() {
     m_surface.hide();
     m_hasKeyboard = false;
+    m_onDemandTrial.invalidate();
 }
 
 void LayerPanelSurface::setInputRegion(const QRegion& region) {
@@ -33,7 +34,20 @@ void LayerPanelSurface::setInputRegion(const QRegion& region) {
 }
 
 void LayerPanelSurface::setKeyboardFocus(bool wanted) {
+    m_wantKeyboard = wanted;
     m_surface.setKeyboardFocus(wanted);
+    if (!wanted) {
+        // Given back on purpose: the panel is no longer Qt's active window either, even
+        // where the compositor says nothing because the surface is about to go.
+        m_onDemandTrial.invalidate();
+        deactivate();
+    }
+}
+
+void LayerPanelSurface::deactivate() {
+    if (m_window != nullptr && QGuiApplication::focusWindow() == m_window) {
+        QWindowSystemInterface::handleWindowActivated<Sync>(nullptr, Qt::ActiveWindowFocusReason);
+    }
 }
 
 void LayerPanelSurface::pointerEntered(QPointF local) {
@@ -70,17 +84,28 @@ void LayerPanelSurface::pointerLeft() {
 void LayerPanelSurface::keyboardEntered() {
     m_hasKeyboard = true;
     // From now on a click on another window may take the keyboard, which closes the playfield.
-    m_surface.allowFocusLoss();
-    if (m_window != nullptr) {
+    if (m_onDemandKeepsKeyboard && m_surface.allowFocusLoss()) {
+        m_onDemandTrial.start();
+    }
+    if (m_window != nullptr && QGuiApplication::focusWindow() != m_window) {
         QWindowSystemInterface::handleWindowActivated<Sync>(m_window, Qt::ActiveWindowFocusReason);
     }
 }
 
 void LayerPanelSurface::keyboardLeft() {
     m_hasKeyboard = false;
-    if (m_window != nullptr && QGuiApplication::focusWindow() == m_window) {
-        QWindowSystemInterface::handleWindowActivated<Sync>(nullptr, Qt::ActiveWindowFocusReason);
+    // Lost at once while still wanted, before anyone could have clicked elsewhere: this
+    // compositor does not let an on-demand surface keep the keyboard. Ask for it
+    // exclusively from now on, and do not tell the panel it lost it.
+    constexpr qint64 tooSoonForAClickMs = 250;
+    if (m_wantKeyboard && m_onDemandTrial.isValid() && m_onDemandTrial.elapsed() < tooSoonForAClickMs) {
+        m_onDemandTrial.invalidate();
+        m_onDemandKeepsKeyboard = false;
+        m_surface.setKeyboardFocus(true);
+        return;
     }
+    m_onDemandTrial.invalidate();
+    deactivate();
 }
 
 void LayerPanelSurface::key(bool pressed, int qtKey, Qt::KeyboardModifiers modifiers, quint32 keycode,

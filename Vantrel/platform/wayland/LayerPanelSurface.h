@@ -4,6 +4,7 @@
 #include "Vantrel/platform/wayland/LayerShellClient.h"
 #include "Vantrel/platform/wayland/LayerSurface.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QRect>
 #include <QWindow>
@@ -42,8 +43,15 @@ private:
     LayerSurface m_surface;
     QPointer<QWindow> m_window;
     QRect m_frame;
+    void deactivate();
+
     Qt::MouseButtons m_buttons;
+    bool m_wantKeyboard = false;
     bool m_hasKeyboard = false;
+    // Some compositors (KWin 5.27) take the keyboard back as soon as a surface asks
+    // only "on demand"; there the surface keeps it exclusively while the playfield is open.
+    QElapsedTimer m_onDemandTrial;
+    bool m_onDemandKeepsKeyboard = true;
 };
 
 } // namespace vantrel::platform::wayland

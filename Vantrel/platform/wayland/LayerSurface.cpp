@@ -201,11 +201,11 @@ void LayerSurface::setKeyboardFocus(bool wanted) {
     }
 }
 
-void LayerSurface::allowFocusLoss() {
+bool LayerSurface::allowFocusLoss() {
     // On demand (version 4): the keyboard stays until the user clicks another window.
     if (m_client.layerShellVersion() < 4 ||
         m_interactivity != ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_EXCLUSIVE) {
-        return;
+        return false;
     }
     m_interactivity = ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_ON_DEMAND;
     if (m_layer != nullptr) {
@@ -213,6 +213,7 @@ void LayerSurface::allowFocusLoss() {
         wl_surface_commit(m_surface);
         m_client.flush();
     }
+    return true;
 }
 
 void LayerSurface::onConfigure(void* data, zwlr_layer_surface_v1* surface, uint32_t serial, uint32_t,

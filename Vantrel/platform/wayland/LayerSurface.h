@@ -39,8 +39,9 @@ public:
     void setInputRegion(const QRegion& region);
     // Asks the compositor for the keyboard (to open the playfield) or gives it back.
     void setKeyboardFocus(bool wanted);
-    // Once the keyboard is ours, lets a click elsewhere take it away again.
-    void allowFocusLoss();
+    // Once the keyboard is ours, lets a click elsewhere take it away again. False
+    // where the protocol version has no such mode.
+    bool allowFocusLoss();
 
 private:
     struct Buffer {

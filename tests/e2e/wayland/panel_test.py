@@ -1,10 +1,11 @@
-"""Vantrel on a headless sway (a wlroots compositor with the layer shell), beside
-a native Wayland window that has the keyboard: the panel is a layer surface at the
+"""Vantrel on a headless compositor with the layer shell (sway or KWin), beside a
+native Wayland window that has the keyboard: the panel is a layer surface at the
 top centre on every workspace; resting the pointer under the top edge reveals the
 peek over the native window and passing through does not; a click opens the
 playfield with the keyboard; Escape gives the keyboard back to the native window;
 a click outside the notch shape reaches the window underneath and closes the
-playfield; the program does not wake while the pointer moves elsewhere."""
+playfield; the program does not wake while the pointer moves elsewhere.
+Usage: panel_test.py sway|kwin VANTREL WL_INPUT"""
 
 import os
 import subprocess
@@ -13,9 +14,9 @@ import time
 
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, HERE)
-sys.path.insert(0, os.path.join(HERE, "..", ".."))
+sys.path.insert(0, os.path.join(HERE, ".."))
+from compositor import KWin, Lines, Sway  # noqa: E402
 from desktop import run_checks  # noqa: E402
-from sway import Lines, Sway  # noqa: E402
 
 WIDTH, HEIGHT = 1440, 900
 CX = WIDTH // 2
@@ -53,12 +54,12 @@ def wake_ups(pid):
     return total
 
 
-def main(program, pointer_tool):
-    with Sway(pointer_tool, WIDTH, HEIGHT) as s:
+def main(which, program, input_tool):
+    with {"sway": Sway, "kwin": KWin}[which](input_tool, WIDTH, HEIGHT) as s:
         settings = os.path.join(s.tmp, "Vantrel.conf")
         with open(settings, "w") as f:
             f.write("[General]\nhasCompletedOnboarding=true\n")
-        s.writable_copy(settings)
+        s.writable(settings)
         native = s.start_native()
         app = s.spawn([program, "--settings-file", settings, "--verbose"], stdout=subprocess.PIPE,
                       stderr=subprocess.STDOUT, text=True, env=dict(s.env, QT_LOGGING_RULES="vantrel.panel=true"))
@@ -109,9 +110,9 @@ def main(program, pointer_tool):
             wait(playfield_open, 3, "the playfield did not open at the top centre (%d wide from x=%d at y=%d; dark there: %s)" % (BODY[1] - BODY[0], BODY[0], PLAY_ROW, dark_run(row(PLAY_ROW), CX)))
             if not native.wait_for("focus-out", 2):
                 raise AssertionError("the native window kept the keyboard")
-            tree = str(s.swaymsg("-t", "get_tree"))
-            assert "vantrel" not in tree.lower() and "Velt" not in tree, \
-                "the panel is an ordinary window in sway's tree"
+            windows = s.windows()
+            assert "vantrel" not in windows.lower() and "Velt" not in windows, \
+                "the panel is an ordinary window in the compositor's list of windows"
             before = headline_pixels()
             assert before > 20, "no headline before the run (%d bright pixels)" % before
             s.key("space")
@@ -132,14 +133,14 @@ def main(program, pointer_tool):
 
         def every_workspace():
             shut()
-            s.swaymsg("workspace", "2")
+            s.switch_workspace(2)
             try:
                 toggle()
                 wait(playfield_open, 3, "the playfield did not open on workspace 2")
                 s.key("Escape")
                 wait(lambda: not playfield_open(), 2, "Escape did not close the playfield")
             finally:
-                s.swaymsg("workspace", "1")
+                s.switch_workspace(1)
                 # A workspace change hides the peek until the pointer has been away once;
                 # let the program hear of it before the next check rests in the strip.
                 time.sleep(0.5)
@@ -229,4 +230,4 @@ def main(program, pointer_tool):
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1], sys.argv[2]))
+    sys.exit(main(sys.argv[1], sys.argv[2], sys.argv[3]))
