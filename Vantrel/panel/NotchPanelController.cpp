@@ -53,6 +53,9 @@ NotchPanelController::NotchPanelController(std::unique_ptr<QSettings> settings, 
     if (!m_services.motion) {
         m_services.motion = std::make_unique<platform::NullMotionPreference>();
     }
+    if (!m_services.hoverStrip) {
+        m_services.hoverStrip = std::make_unique<platform::NullHoverStrip>();
+    }
     m_springAnimator->setReduceMotion(m_services.motion->reduceMotion());
     connect(m_services.motion.get(), &platform::MotionPreference::changed, this,
             [this] { m_springAnimator->setReduceMotion(m_services.motion->reduceMotion()); });
@@ -65,6 +68,17 @@ NotchPanelController::NotchPanelController(std::unique_ptr<QSettings> settings, 
             &NotchPanelController::setPeekVisible);
     m_hoverMonitor->setEnabled(m_store->hoverToPeek());
     m_hoverMonitor->start();
+    // The hover strip stands in the trigger strip while a peek can start, and watches while one is out.
+    auto syncHoverStrip = [this] {
+        const bool watching = !m_shutDown && m_store->hoverToPeek() && !m_store->expanded();
+        m_services.hoverStrip->setWatching(watching);
+        m_services.hoverStrip->setShown(watching && !m_store->peeking());
+    };
+    for (auto change :
+         {&GameStore::expandedChanged, &GameStore::peekingChanged, &GameStore::hoverToPeekChanged}) {
+        connect(m_store.get(), change, this, syncHoverStrip);
+    }
+    syncHoverStrip();
 
     connect(m_keyboard, &PanelKeyboard::actionRequested, this, &NotchPanelController::perform);
     // The panel's own activation, for the focus rules below.
@@ -141,6 +155,7 @@ void NotchPanelController::updateHoverGeometry() {
         return;
     }
     m_hoverMonitor->setTriggerRect(geo->triggerRect());
+    m_services.hoverStrip->setRect(geo->triggerRect().toAlignedRect());
     m_hoverMonitor->setRetentionRect(geo->retentionRect());
 }
 
@@ -337,6 +352,8 @@ void NotchPanelController::shutdown() {
     m_store->pause();
     m_springAnimator->stop();
     m_hoverMonitor->stop();
+    m_services.hoverStrip->setShown(false);
+    m_services.hoverStrip->setWatching(false);
     m_keyboard->stop();
     m_screens->stop();
     if (m_panel) {

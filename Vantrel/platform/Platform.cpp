@@ -1,12 +1,14 @@
 #include "Vantrel/platform/Platform.h"
 
 #include "Vantrel/platform/GnomeMotionPreference.h"
+#include "Vantrel/platform/HoverStripPointer.h"
 #include "Vantrel/platform/SessionSignals.h"
 
 #if VANTREL_WITH_X11
 #include "Vantrel/platform/x11/X11ActiveWindow.h"
 #include "Vantrel/platform/x11/X11DesktopPointer.h"
 #include "Vantrel/platform/x11/X11HotKey.h"
+#include "Vantrel/platform/x11/X11HoverStrip.h"
 #include "Vantrel/platform/x11/X11Support.h"
 #include "Vantrel/platform/x11/X11SystemSignals.h"
 #include "Vantrel/platform/x11/X11WindowTraits.h"
@@ -28,6 +30,12 @@ bool onX11() {
 #endif
 }
 
+// A Wayland session, whatever Qt runs on (through XWayland when that is xcb).
+bool waylandSession() {
+    return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           qEnvironmentVariable("XDG_SESSION_TYPE") == QLatin1String("wayland");
+}
+
 } // namespace
 
 PlatformServices nullPlatformServices() {
@@ -38,6 +46,7 @@ PlatformServices nullPlatformServices() {
     services.systemSignals = std::make_unique<NullSystemSignals>();
     services.screenNotch = std::make_unique<NoScreenNotch>();
     services.motion = std::make_unique<NullMotionPreference>();
+    services.hoverStrip = std::make_unique<NullHoverStrip>();
     return services;
 }
 
@@ -75,6 +84,19 @@ PlatformServices makePlatformServices(const QSettings& settings) {
     }
     services.activeWindow = std::make_unique<x11::X11ActiveWindow>();
     services.windowTraits = std::make_unique<x11::X11WindowTraits>();
+    // Through XWayland the pointer over native windows is invisible to X11 clients.
+    if (waylandSession()) {
+        if (auto strip = x11::X11HoverStrip::create(&error)) {
+            services.pointer = std::make_unique<HoverStripPointer>(std::move(services.pointer), *strip);
+            services.hoverStrip = std::move(strip);
+            services.notes << QStringLiteral("Wayland session through XWayland: a transparent strip over "
+                                             "the trigger area lets hovering work over native windows");
+        } else {
+            services.notes << QStringLiteral("Wayland session through XWayland: no hover strip (%1): "
+                                             "hovering works only over X11 windows")
+                                  .arg(error);
+        }
+    }
 #endif
     return services;
 }

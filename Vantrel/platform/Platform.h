@@ -3,6 +3,7 @@
 #include "Vantrel/platform/ActiveWindow.h"
 #include "Vantrel/platform/DesktopPointer.h"
 #include "Vantrel/platform/HotKey.h"
+#include "Vantrel/platform/HoverStrip.h"
 #include "Vantrel/platform/MotionPreference.h"
 #include "Vantrel/platform/ScreenNotch.h"
 #include "Vantrel/platform/SystemSignals.h"
@@ -24,6 +25,8 @@ struct PlatformServices {
     std::unique_ptr<SystemSignals> systemSignals;
     std::unique_ptr<ScreenNotch> screenNotch;
     std::unique_ptr<MotionPreference> motion;
+    // Only on Wayland sessions through XWayland; elsewhere the do-nothing strip.
+    std::unique_ptr<HoverStrip> hoverStrip;
     // Why a fallback was taken, one line each, for the user's diagnostics.
     QStringList notes;
 };
