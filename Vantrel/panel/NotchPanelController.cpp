@@ -68,17 +68,18 @@ NotchPanelController::NotchPanelController(std::unique_ptr<QSettings> settings, 
             &NotchPanelController::setPeekVisible);
     m_hoverMonitor->setEnabled(m_store->hoverToPeek());
     m_hoverMonitor->start();
-    // The hover strip stands in the trigger strip while a peek can start, and watches while one is out.
+    // The hover strip stands in the trigger strip while hovering can peek; it lies over the tab's top rows.
     auto syncHoverStrip = [this] {
-        const bool watching = !m_shutDown && m_store->hoverToPeek() && !m_store->expanded();
-        m_services.hoverStrip->setWatching(watching);
-        m_services.hoverStrip->setShown(watching && !m_store->peeking());
+        m_services.hoverStrip->setShown(!m_shutDown && m_store->hoverToPeek() && !m_store->expanded());
     };
-    for (auto change :
-         {&GameStore::expandedChanged, &GameStore::peekingChanged, &GameStore::hoverToPeekChanged}) {
-        connect(m_store.get(), change, this, syncHoverStrip);
-    }
+    connect(m_store.get(), &GameStore::expandedChanged, this, syncHoverStrip);
+    connect(m_store.get(), &GameStore::hoverToPeekChanged, this, syncHoverStrip);
     syncHoverStrip();
+    connect(m_services.hoverStrip.get(), &platform::HoverStrip::clicked, this, [this] {
+        if (m_store->peeking()) {
+            expand();
+        }
+    });
 
     connect(m_keyboard, &PanelKeyboard::actionRequested, this, &NotchPanelController::perform);
     // The panel's own activation, for the focus rules below.
@@ -353,7 +354,6 @@ void NotchPanelController::shutdown() {
     m_springAnimator->stop();
     m_hoverMonitor->stop();
     m_services.hoverStrip->setShown(false);
-    m_services.hoverStrip->setWatching(false);
     m_keyboard->stop();
     m_screens->stop();
     if (m_panel) {

@@ -17,14 +17,18 @@ public:
 
     // Global rectangle in Qt's device-independent coordinates.
     virtual void setRect(const QRect& rect) = 0;
+    // While shown it also reports where the pointer goes, below.
     virtual void setShown(bool shown) = 0;
-    // While watching, pointerLeft() reports the pointer going over a surface that is not ours to see.
-    virtual void setWatching(bool watching) = 0;
 
 signals:
     // The pointer went over a surface the display server does not show us (a native
     // Wayland window): the last position the desktop pointer knows is stale.
     void pointerLeft();
+    // The pointer is over one of the display server's surfaces again.
+    void pointerReturned();
+    // A button went down in the strip. It lies over the top rows of the peek tab, so
+    // while the tab is out this is a click on the tab.
+    void clicked();
 };
 
 // Where the desktop pointer sees the whole desktop (X11 sessions) or nothing helps.
@@ -36,7 +40,6 @@ public:
 
     void setRect(const QRect&) override {}
     void setShown(bool) override {}
-    void setWatching(bool) override {}
 };
 
 } // namespace vantrel::platform

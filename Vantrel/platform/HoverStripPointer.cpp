@@ -9,6 +9,7 @@ HoverStripPointer::HoverStripPointer(std::unique_ptr<DesktopPointer> inner, Hove
     : DesktopPointer(parent), m_inner(std::move(inner)) {
     connect(m_inner.get(), &DesktopPointer::changed, this, &HoverStripPointer::innerChanged);
     connect(&strip, &HoverStrip::pointerLeft, this, &HoverStripPointer::left);
+    connect(&strip, &HoverStrip::pointerReturned, this, &HoverStripPointer::returned);
 }
 
 void HoverStripPointer::setActive(bool active) {
@@ -20,14 +21,12 @@ QPointF HoverStripPointer::position() const {
     return m_away ? awayPosition() : m_inner->position();
 }
 
-// The server keeps the last position while the pointer is over a surface it does not
-// own, so a late event still reports that position: only a new one means the pointer is back.
+// Events read after the pointer left were sent before it did (they come on another
+// connection): they carry the stale position, so they wait for the return.
 void HoverStripPointer::innerChanged() {
-    if (m_away && m_inner->position() == m_positionWhenLeft) {
-        return;
+    if (!m_away) {
+        emit changed();
     }
-    m_away = false;
-    emit changed();
 }
 
 void HoverStripPointer::left() {
@@ -35,7 +34,14 @@ void HoverStripPointer::left() {
         return;
     }
     m_away = true;
-    m_positionWhenLeft = m_inner->position();
+    emit changed();
+}
+
+void HoverStripPointer::returned() {
+    if (!m_away) {
+        return;
+    }
+    m_away = false;
     emit changed();
 }
 

@@ -10,8 +10,8 @@ class HoverStrip;
 
 // The desktop pointer as seen through a HoverStrip: after the strip reports that
 // the pointer went over a surface we cannot see, the position is far off screen
-// until the pointer really moves over one of ours again. Without this the last
-// position seen (inside the trigger strip, say) would stay current indefinitely.
+// until the strip reports it back over one we can. Without this the last position
+// seen (inside the trigger strip, say) would stay current indefinitely.
 class HoverStripPointer final : public DesktopPointer {
     Q_OBJECT
 
@@ -29,10 +29,10 @@ public:
 private:
     void innerChanged();
     void left();
+    void returned();
 
     std::unique_ptr<DesktopPointer> m_inner;
     bool m_away = false;
-    QPointF m_positionWhenLeft;
 };
 
 } // namespace vantrel::platform

@@ -56,10 +56,11 @@ std::unique_ptr<X11HoverStrip> X11HoverStrip::create(QString* error, QObject* pa
     const xcb_colormap_t colormap = xcb_generate_id(connection);
     xcb_create_colormap(connection, XCB_COLORMAP_ALLOC_NONE, colormap, root, visual);
     const xcb_window_t window = xcb_generate_id(connection);
-    // Background and border fully transparent; override-redirect; no events of its own.
-    const uint32_t values[] = {0, 0, 1, colormap};
+    // Background and border fully transparent; override-redirect; button presses only.
+    const uint32_t values[] = {0, 0, 1, XCB_EVENT_MASK_BUTTON_PRESS, colormap};
     xcb_create_window(connection, 32, window, root, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, visual,
-                      XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_COLORMAP,
+                      XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK |
+                          XCB_CW_COLORMAP,
                       values);
     xcb_free_colormap(connection, colormap);
     // Named, so that people (and tests) looking at the window tree know what it is.
@@ -104,15 +105,20 @@ void X11HoverStrip::setShown(bool shown) {
     update();
 }
 
+// While hidden, nothing is selected on the root: the server sends us nothing, nothing wakes up.
 void X11HoverStrip::update() {
     const bool shown = m_wanted && !m_rect.isEmpty();
     if (shown) {
         place(); // also when only the rectangle changed
-        if (!m_shown) {
+    }
+    if (shown != m_shown) {
+        const uint32_t mask = shown ? XCB_EVENT_MASK_ENTER_WINDOW | XCB_EVENT_MASK_LEAVE_WINDOW : 0;
+        xcb_change_window_attributes(m_connection, m_root, XCB_CW_EVENT_MASK, &mask);
+        if (shown) {
             xcb_map_window(m_connection, m_window);
+        } else {
+            xcb_unmap_window(m_connection, m_window);
         }
-    } else if (m_shown) {
-        xcb_unmap_window(m_connection, m_window);
     }
     m_shown = shown;
     xcb_flush(m_connection);
@@ -136,24 +142,21 @@ void X11HoverStrip::place() {
                          values);
 }
 
-// Selecting nothing while not watching: the server sends us nothing, nothing wakes up.
-void X11HoverStrip::setWatching(bool watching) {
-    if (watching == m_watching) {
-        return;
-    }
-    m_watching = watching;
-    const uint32_t mask = watching ? XCB_EVENT_MASK_ENTER_WINDOW : 0;
-    xcb_change_window_attributes(m_connection, m_root, XCB_CW_EVENT_MASK, &mask);
-    xcb_flush(m_connection);
-}
-
 void X11HoverStrip::readEvents() {
-    bool left = false;
+    // Only the last crossing counts: it says where the pointer is now.
+    enum class Crossing { none, left, returned } crossing = Crossing::none;
+    bool clicked = false;
     while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
-        if ((event->response_type & 0x7f) == XCB_ENTER_NOTIFY) {
-            auto* enter = reinterpret_cast<xcb_enter_notify_event_t*>(event);
-            // The root itself, entered from one of its children: no X11 window is under the pointer.
-            left = left || (enter->event == m_root && enter->detail == XCB_NOTIFY_DETAIL_INFERIOR);
+        const uint8_t type = event->response_type & 0x7f;
+        if (type == XCB_ENTER_NOTIFY || type == XCB_LEAVE_NOTIFY) {
+            auto* cross = reinterpret_cast<xcb_enter_notify_event_t*>(event);
+            // The root itself entered from a child: no X11 window is under the pointer;
+            // the root left for a child: one is again.
+            if (cross->event == m_root && cross->detail == XCB_NOTIFY_DETAIL_INFERIOR) {
+                crossing = type == XCB_ENTER_NOTIFY ? Crossing::left : Crossing::returned;
+            }
+        } else if (type == XCB_BUTTON_PRESS) {
+            clicked = true;
         }
         std::free(event);
     }
@@ -161,8 +164,16 @@ void X11HoverStrip::readEvents() {
         m_notifier->setEnabled(false);
         return;
     }
-    if (left && m_watching) {
+    if (!m_shown) {
+        return;
+    }
+    if (crossing == Crossing::left) {
         emit pointerLeft();
+    } else if (crossing == Crossing::returned) {
+        emit pointerReturned();
+    }
+    if (clicked) {
+        emit HoverStrip::clicked();
     }
 }
 

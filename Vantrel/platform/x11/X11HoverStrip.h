@@ -20,7 +20,10 @@ namespace vantrel::platform::x11 {
 //
 // Leaving: when the pointer goes from an XWayland surface to a native one,
 // XWayland puts the X pointer on the root window; the root window's
-// EnterNotify (detail Inferior) is the only sign of it, and becomes pointerLeft().
+// EnterNotify (detail Inferior) is the only sign of it, and becomes pointerLeft();
+// its LeaveNotify (detail Inferior) means the pointer is over an X11 window again.
+// A button press in the strip becomes clicked(): the strip stays up while the peek
+// tab is out, on top of the tab's top rows, so that the pointer over it stays seen.
 class X11HoverStrip final : public HoverStrip {
     Q_OBJECT
 
@@ -31,7 +34,6 @@ public:
 
     void setRect(const QRect& rect) override;
     void setShown(bool shown) override;
-    void setWatching(bool watching) override;
 
 private:
     X11HoverStrip(xcb_connection_t* connection, xcb_window_t window, QObject* parent);
@@ -46,7 +48,6 @@ private:
     QRect m_rect;
     bool m_wanted = false;
     bool m_shown = false;
-    bool m_watching = false;
 };
 
 } // namespace vantrel::platform::x11
