@@ -20,6 +20,7 @@ test_pkgs=(
   pulseaudio pulseaudio-utils sox libsox-fmt-all gsettings-desktop-schemas libglib2.0-bin
   openssl clang-format strace
   desktop-file-utils appstream man-db lintian dpkg-dev
+  mutter xwayland qt6-wayland gir1.2-gtk-3.0
 )
 
 want=("${build_pkgs[@]}")

@@ -1,0 +1,40 @@
+"""A native Wayland window for the end-to-end tests: a GTK 3 window on the Wayland
+backend, maximized so it fills the screen. It prints one line per event that a test
+looks for, with a monotonic timestamp: "ready", "focus-in", "focus-out", "key NAME",
+"button", and the pointer's arrival ("enter") and departure ("leave")."""
+
+import os
+import sys
+import time
+
+os.environ["GDK_BACKEND"] = "wayland"
+
+import gi  # noqa: E402
+
+gi.require_version("Gtk", "3.0")
+from gi.repository import GLib, Gtk  # noqa: E402
+
+
+def say(what):
+    print("%.3f %s" % (time.monotonic(), what), flush=True)
+
+
+def main():
+    window = Gtk.Window(title=sys.argv[1] if len(sys.argv) > 1 else "native")
+    window.set_decorated(False)
+    window.add_events(0xFFFFFF)  # every event mask bit: enter, leave, keys, buttons
+    window.connect("focus-in-event", lambda *a: say("focus-in") or False)
+    window.connect("focus-out-event", lambda *a: say("focus-out") or False)
+    window.connect("key-press-event", lambda w, e: say("key " + Gtk.accelerator_name(e.keyval, 0)) or False)
+    window.connect("button-press-event", lambda *a: say("button") or False)
+    window.connect("enter-notify-event", lambda *a: say("enter") or False)
+    window.connect("leave-notify-event", lambda *a: say("leave") or False)
+    window.connect("destroy", Gtk.main_quit)
+    window.maximize()
+    window.show_all()
+    GLib.idle_add(lambda: say("ready") or False)
+    Gtk.main()
+
+
+if __name__ == "__main__":
+    main()
