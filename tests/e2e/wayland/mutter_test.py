@@ -19,7 +19,7 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, HERE)
 sys.path.insert(0, os.path.join(HERE, ".."))
 import mutter  # noqa: E402
-from desktop import SKIP, run_checks, skip, worst  # noqa: E402
+from desktop import SKIP, Undecided, run_checks, worst  # noqa: E402
 
 TRIGGER = (720, 1)      # the middle of the trigger strip, the pointer pushed against the top
 ELSEWHERE = (700, 420)  # over the native window, far from the strip
@@ -162,16 +162,34 @@ def hover_checks(program):
             print("hidden %.3f s after leaving" % (time.monotonic() - left), flush=True)
 
         def passing_through_does_not_reveal():
-            mutter.wait_for(lambda: s.panel() is None, 3, "the peek is out before the test")
-            for _ in range(3):
-                m.move_to(*TRIGGER)
-                time.sleep(0.08)
+            # The compositor moves the pointer when it gets to it: on a loaded machine a pass meant
+            # to last 0.08 s may rest longer. The native window's leave and enter events say how
+            # long the pointer really was over the strip; a reveal after a real rest decides nothing.
+            dwells = []
+            for attempt in range(3):
+                mutter.wait_for(lambda: s.panel() is None, 3, "the peek is out before the test")
+                seen = len(m.native_events().splitlines())
+                for _ in range(3):
+                    m.move_to(*TRIGGER)
+                    time.sleep(0.08)
+                    m.move_to(*ELSEWHERE)
+                    time.sleep(0.05)
+                revealed = None
+                deadline = time.time() + 1.0
+                while time.time() < deadline and revealed is None:
+                    revealed = s.panel()
+                    time.sleep(0.05)
+                if revealed is None:
+                    return
+                events = [line.split(" ", 1) for line in m.native_events().splitlines()[seen:]]
+                left = [float(t) for t, what in events if what == "leave"]
+                back = [float(t) for t, what in events if what == "enter"]
+                dwells = [b - a for a, b in zip(left, back)]
+                assert dwells and max(dwells) >= 0.2, "passing through revealed the peek: %s, the pointer " \
+                    "over the strip for %s s%s" % (revealed, " ".join("%.3f" % d for d in dwells), s.tail())
                 m.move_to(*ELSEWHERE)
-                time.sleep(0.05)
-            deadline = time.time() + 1.0
-            while time.time() < deadline:
-                assert s.panel() is None, "passing through revealed the peek: %s%s" % (s.panel(), s.tail())
-                time.sleep(0.05)
+            raise Undecided("the compositor kept the pointer over the strip for 0.2 s or more on every "
+                            "attempt (last: %s s)" % " ".join("%.3f" % d for d in dwells))
 
         def click_on_tab_opens_then_escape_gives_focus_back():
             m.move_to(*TRIGGER)
@@ -251,7 +269,19 @@ def no_x11_checks(program):
             assert result.returncode == 0, "--toggle: %s %s" % (result.returncode, result.stderr)
             mutter.wait_for(lambda: "expand; expanded false" in s.stderr(), 5, "--toggle did not reach it" + s.tail())
 
-        status = run_checks([("without XWayland: a native Wayland client, no abort", runs_natively_or_says_why)])
+        def display_nobody_answers_falls_back_to_wayland():
+            assert s.stop() == 0, "vantrel did not quit cleanly on SIGTERM"
+            s.env["DISPLAY"] = ":77"  # named, but no X server there
+            s.start()
+            text = s.stderr()
+            assert "Could not load the Qt platform plugin" in text and "not on X11" in text, text[-600:]
+            time.sleep(1.0)
+            assert s.app.poll() is None, "vantrel exited with %s:\n%s" % (s.app.returncode, s.stderr()[-600:])
+
+        status = run_checks([
+            ("without XWayland: a native Wayland client, no abort", runs_natively_or_says_why),
+            ("a DISPLAY nobody answers at: Qt falls back to Wayland", display_nobody_answers_falls_back_to_wayland),
+        ])
         rc = s.stop()
         if rc != 0:
             print("FAIL vantrel exited with %s on SIGTERM" % rc)
