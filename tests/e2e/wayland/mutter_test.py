@@ -11,6 +11,7 @@ XWayland display with xwininfo. Exit status 77 means skipped.
 usage: mutter_test.py path/to/vantrel"""
 
 import os
+import shutil
 import subprocess
 import sys
 import time
@@ -191,6 +192,36 @@ def hover_checks(program):
             raise Undecided("the compositor kept the pointer over the strip for 0.2 s or more on every "
                             "attempt (last: %s s)" % " ".join("%.3f" % d for d in dwells))
 
+        def quiet_while_the_pointer_moves_over_the_native_window():
+            if shutil.which("strace") is None:
+                raise Undecided("no strace to count system calls")
+            m.move_to(*ELSEWHERE)
+            mutter.wait_for(lambda: s.panel() is None, 3, "the peek is out before the test")
+            time.sleep(0.5)
+            counts = os.path.join(m.tmp, "strace.txt")
+            tracer = subprocess.Popen(["strace", "-f", "-c", "-o", counts, "-p", str(s.app.pid)],
+                                      stdout=subprocess.DEVNULL, stderr=subprocess.PIPE, text=True)
+            time.sleep(0.5)
+            if tracer.poll() is not None:
+                raise Undecided("strace cannot attach here: " + tracer.stderr.read().strip())
+            started, moves = time.time(), 0
+            while time.time() - started < 5.0:
+                m.move_to(500 + (moves % 40) * 10, 300 + (moves % 25) * 12)
+                moves += 1
+                time.sleep(0.02)
+            m.move_to(*ELSEWHERE)
+            tracer.terminate()
+            tracer.wait(10)
+            # With no system call at all strace writes no table: its own word says it was there.
+            if "attached" not in tracer.stderr.read():
+                raise Undecided("strace did not report attaching to vantrel")
+            with open(counts) as f:
+                lines = [line.split() for line in f.read().splitlines()]
+            total = next((int(line[3]) for line in lines if line and line[-1] == "total"), 0)
+            print("system calls in 5 s while the pointer moved %d times over the native window: %d" %
+                  (moves, total), flush=True)
+            assert total <= 5, "vantrel woke up while the pointer moved elsewhere: %d system calls" % total
+
         def click_on_tab_opens_then_escape_gives_focus_back():
             m.move_to(*TRIGGER)
             mutter.wait_for(lambda: peeking(s.panel()), 5, "no peek to click" + s.tail())
@@ -238,6 +269,8 @@ def hover_checks(program):
             ("hover reveals the peek over a native window", reveal_over_native_window),
             ("leaving over the native window hides the peek", leaving_hides),
             ("passing through does not reveal", passing_through_does_not_reveal),
+            ("quiet while the pointer moves over the native window",
+             quiet_while_the_pointer_moves_over_the_native_window),
             ("a click on the tab opens; Escape gives the native window the keyboard back",
              click_on_tab_opens_then_escape_gives_focus_back),
             ("--toggle opens; Escape gives the native window the keyboard back",
