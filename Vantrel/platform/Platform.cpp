@@ -1,10 +1,10 @@
 #include "Vantrel/platform/Platform.h"
 
 #include "Vantrel/platform/GnomeMotionPreference.h"
-#include "Vantrel/platform/HoverStripPointer.h"
 #include "Vantrel/platform/SessionSignals.h"
 
 #if VANTREL_WITH_X11
+#include "Vantrel/platform/HoverStripPointer.h"
 #include "Vantrel/platform/x11/X11ActiveWindow.h"
 #include "Vantrel/platform/x11/X11DesktopPointer.h"
 #include "Vantrel/platform/x11/X11HotKey.h"
@@ -30,11 +30,13 @@ bool onX11() {
 #endif
 }
 
+#if VANTREL_WITH_X11
 // A Wayland session, whatever Qt runs on (through XWayland when that is xcb).
 bool waylandSession() {
     return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
            qEnvironmentVariable("XDG_SESSION_TYPE") == QLatin1String("wayland");
 }
+#endif
 
 } // namespace
 
