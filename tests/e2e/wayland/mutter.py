@@ -160,12 +160,13 @@ class Mutter:
 
     # --- a native window ------------------------------------------------------
 
-    def start_native_window(self, title="native"):
+    def start_native_window(self, title="native", fullscreen=False):
         self.native_log = os.path.join(self.tmp, "native-%s.log" % title)
         env = dict(self.env, GDK_BACKEND="wayland")
         env.pop("DISPLAY", None)
         with open(self.native_log, "w") as out:
-            self.native = self._spawn(["/usr/bin/python3" if os.path.exists("/usr/bin/python3") else sys.executable, os.path.join(HERE, "native_window.py"), title], env=env,
+            self.native = self._spawn(["/usr/bin/python3" if os.path.exists("/usr/bin/python3") else sys.executable, os.path.join(HERE, "native_window.py"), title] +
+                                      (["--fullscreen"] if fullscreen else []), env=env,
                                       stdout=out, stderr=subprocess.STDOUT)
         wait_for(lambda: "ready" in self.native_events() or self.native.poll() is not None, 20,
                  "the native window did not start")

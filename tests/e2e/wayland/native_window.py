@@ -1,7 +1,8 @@
 """A native Wayland window for the end-to-end tests: a GTK 3 window on the Wayland
-backend, maximized so it fills the screen. It prints one line per event that a test
-looks for, with a monotonic timestamp: "ready", "focus-in", "focus-out", "key NAME",
-"button", and the pointer's arrival ("enter") and departure ("leave")."""
+backend, maximized so it fills the screen (full-screen with --fullscreen). It prints
+one line per event that a test looks for, with a monotonic timestamp: "ready",
+"focus-in", "focus-out", "key NAME", "button", and the pointer's arrival ("enter")
+and departure ("leave")."""
 
 import os
 import sys
@@ -20,7 +21,8 @@ def say(what):
 
 
 def main():
-    window = Gtk.Window(title=sys.argv[1] if len(sys.argv) > 1 else "native")
+    titles = [a for a in sys.argv[1:] if not a.startswith("--")]
+    window = Gtk.Window(title=titles[0] if titles else "native")
     window.set_decorated(False)
     window.add_events(0xFFFFFF)  # every event mask bit: enter, leave, keys, buttons
     window.connect("focus-in-event", lambda *a: say("focus-in") or False)
@@ -30,7 +32,10 @@ def main():
     window.connect("enter-notify-event", lambda *a: say("enter") or False)
     window.connect("leave-notify-event", lambda *a: say("leave") or False)
     window.connect("destroy", Gtk.main_quit)
-    window.maximize()
+    if "--fullscreen" in sys.argv:
+        window.fullscreen()
+    else:
+        window.maximize()
     window.show_all()
     GLib.idle_add(lambda: say("ready") or False)
     Gtk.main()
