@@ -9,9 +9,15 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QDir>
+#include <QLibraryInfo>
 #include <QTextStream>
 
 #include <optional>
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
 
 using namespace vantrel;
 
@@ -77,6 +83,87 @@ CommandLine parseCommandLine(int argc, char** argv) {
     return line;
 }
 
+// Qt's Wayland platform plugin is installed (Debian: qt6-wayland).
+bool waylandPluginInstalled() {
+    QStringList dirs = qEnvironmentVariable("QT_QPA_PLATFORM_PLUGIN_PATH").split(u':', Qt::SkipEmptyParts);
+    for (const QString& dir : qEnvironmentVariable("QT_PLUGIN_PATH").split(u':', Qt::SkipEmptyParts)) {
+        dirs << dir + QStringLiteral("/platforms");
+    }
+    dirs << QLibraryInfo::path(QLibraryInfo::PluginsPath) + QStringLiteral("/platforms");
+    for (const QString& dir : dirs) {
+        if (!QDir(dir).entryList({QStringLiteral("libqwayland*.so")}, QDir::Files).isEmpty()) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// The compositor named by WAYLAND_DISPLAY accepts a connection (Qt would abort if not).
+QString unreachableWaylandSocket() {
+    QString path = qEnvironmentVariable("WAYLAND_DISPLAY");
+    if (!path.startsWith(u'/')) {
+        path = qEnvironmentVariable("XDG_RUNTIME_DIR") + u'/' + path;
+    }
+    const QByteArray name = path.toLocal8Bit();
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (static_cast<size_t>(name.size()) >= sizeof(address.sun_path)) {
+        return path;
+    }
+    std::copy(name.begin(), name.end(), address.sun_path);
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool ok = fd >= 0 && ::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0;
+    if (fd >= 0) {
+        close(fd);
+    }
+    return ok ? QString() : path;
+}
+
+// Picks Qt's platform before QApplication exists, so a session Qt cannot serve ends
+// with a message instead of Qt's abort. Returns the exit status when there is nothing to run on.
+std::optional<int> chooseQtPlatform(bool verbose) {
+    if (!qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
+        return std::nullopt; // the user's choice
+    }
+    const bool wayland = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    const bool x11 = !qEnvironmentVariableIsEmpty("DISPLAY");
+    QTextStream err(stderr);
+    if (!wayland && !x11) {
+        err << "vantrel: no display to show the game on: neither WAYLAND_DISPLAY nor DISPLAY is set. "
+               "Start Vantrel from within a desktop session."
+            << Qt::endl;
+        return 1;
+    }
+    const QString unreachable = wayland ? unreachableWaylandSocket() : QString();
+    const bool nativeWayland = wayland && unreachable.isEmpty() && waylandPluginInstalled();
+    if (wayland && x11) {
+        // Wayland gives clients no desktop-wide pointer, shortcut or focus: run through XWayland,
+        // and natively only if XWayland does not answer after all.
+        qputenv("QT_QPA_PLATFORM", nativeWayland ? "xcb;wayland" : "xcb");
+    } else if (wayland) {
+        if (!unreachable.isEmpty()) {
+            err << "vantrel: DISPLAY is not set and the Wayland compositor does not answer at " << unreachable
+                << " (WAYLAND_DISPLAY). Start Vantrel from within the desktop session." << Qt::endl;
+            return 1;
+        }
+        if (!nativeWayland) {
+            err << "vantrel: this Wayland session has no XWayland (DISPLAY is not set), and Qt's Wayland "
+                   "support is not installed. Install qt6-wayland (Debian, Ubuntu: sudo apt install "
+                   "qt6-wayland) or enable XWayland in the desktop session."
+                << Qt::endl;
+            return 1;
+        }
+        qputenv("QT_QPA_PLATFORM", "wayland");
+        if (verbose) {
+            err << "vantrel: no XWayland (DISPLAY is not set): running as a native Wayland client. The panel "
+                   "is an ordinary window; hovering reveals it only over its own window, Alt+Super+Space "
+                   "and giving focus back on Escape are not available. The tray and `vantrel --toggle` work."
+                << Qt::endl;
+        }
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -96,9 +183,8 @@ int main(int argc, char** argv) {
                             << " Starting anyway; a second launch may start a second copy." << Qt::endl;
     }
 
-    // Wayland gives clients no desktop-wide pointer, shortcut or focus: run through XWayland.
-    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
-        qputenv("QT_QPA_PLATFORM", "xcb");
+    if (const std::optional<int> status = chooseQtPlatform(line.options.verbose)) {
+        return *status;
     }
 
     QApplication app(argc, argv);

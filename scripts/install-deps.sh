@@ -21,7 +21,7 @@ test_pkgs=(
   pulseaudio pulseaudio-utils sox libsox-fmt-all gsettings-desktop-schemas libglib2.0-bin
   openssl clang-format strace
   desktop-file-utils appstream man-db lintian dpkg-dev
-  sway xwayland grim wtype gir1.2-gtk-3.0 plasma-wayland-protocols kwin-wayland
+  xwayland gir1.2-gtk-3.0 qt6-wayland sway grim wtype plasma-wayland-protocols kwin-wayland mutter
 )
 
 want=("${build_pkgs[@]}")

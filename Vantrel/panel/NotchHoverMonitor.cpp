@@ -2,7 +2,6 @@
 
 #include "Vantrel/Clock.h"
 #include "Vantrel/platform/DesktopPointer.h"
-#include "Vantrel/platform/HoverStrip.h"
 
 #include <algorithm>
 #include <cmath>
@@ -31,24 +30,6 @@ void NotchHoverMonitor::stop() {
 // The desktop pointer is watched only while someone can use what it tells.
 void NotchHoverMonitor::updatePointerActivity() {
     m_pointer.setActive(m_started && m_enabled);
-    if (m_strip != nullptr) {
-        m_strip->setShown(m_started && m_enabled);
-    }
-}
-
-void NotchHoverMonitor::setTriggerRect(const QRectF& rect) {
-    m_triggerRect = rect;
-    if (m_strip != nullptr) {
-        m_strip->setRect(rect.toAlignedRect());
-    }
-}
-
-void NotchHoverMonitor::setHoverStrip(platform::HoverStrip* strip) {
-    m_strip = strip;
-    if (m_strip != nullptr) {
-        m_strip->setRect(m_triggerRect.toAlignedRect());
-    }
-    updatePointerActivity();
 }
 
 void NotchHoverMonitor::setEnabled(bool enabled) {

@@ -11,7 +11,6 @@
 
 namespace vantrel::platform {
 class DesktopPointer;
-class HoverStrip;
 } // namespace vantrel::platform
 
 namespace vantrel {
@@ -31,10 +30,7 @@ public:
 
     QRectF triggerRect() const { return m_triggerRect; }
     QRectF retentionRect() const { return m_retentionRect; }
-    void setTriggerRect(const QRectF& rect);
-    // A surface over the trigger area that is shown while the monitor listens,
-    // where the pointer can only be seen over our own surfaces (Wayland).
-    void setHoverStrip(platform::HoverStrip* strip);
+    void setTriggerRect(const QRectF& rect) { m_triggerRect = rect; }
     void setRetentionRect(const QRectF& rect) { m_retentionRect = rect; }
 
     bool enabled() const { return m_enabled; }
@@ -66,7 +62,6 @@ private:
     void updatePointerActivity();
 
     platform::DesktopPointer& m_pointer;
-    platform::HoverStrip* m_strip = nullptr;
     const Clock& m_clock;
     QRectF m_triggerRect;
     QRectF m_retentionRect;

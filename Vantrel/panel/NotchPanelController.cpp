@@ -54,6 +54,9 @@ NotchPanelController::NotchPanelController(std::unique_ptr<QSettings> settings, 
     if (!m_services.motion) {
         m_services.motion = std::make_unique<platform::NullMotionPreference>();
     }
+    if (!m_services.hoverStrip) {
+        m_services.hoverStrip = std::make_unique<platform::NullHoverStrip>();
+    }
     m_springAnimator->setReduceMotion(m_services.motion->reduceMotion());
     connect(m_services.motion.get(), &platform::MotionPreference::changed, this,
             [this] { m_springAnimator->setReduceMotion(m_services.motion->reduceMotion()); });
@@ -64,9 +67,20 @@ NotchPanelController::NotchPanelController(std::unique_ptr<QSettings> settings, 
 
     connect(m_hoverMonitor, &NotchHoverMonitor::visibilityChanged, this,
             &NotchPanelController::setPeekVisible);
-    m_hoverMonitor->setHoverStrip(m_services.hoverStrip.get());
     m_hoverMonitor->setEnabled(m_store->hoverToPeek());
     m_hoverMonitor->start();
+    // The hover strip stands in the trigger strip while hovering can peek; it lies over the tab's top rows.
+    auto syncHoverStrip = [this] {
+        m_services.hoverStrip->setShown(!m_shutDown && m_store->hoverToPeek() && !m_store->expanded());
+    };
+    connect(m_store.get(), &GameStore::expandedChanged, this, syncHoverStrip);
+    connect(m_store.get(), &GameStore::hoverToPeekChanged, this, syncHoverStrip);
+    syncHoverStrip();
+    connect(m_services.hoverStrip.get(), &platform::HoverStrip::clicked, this, [this] {
+        if (m_store->peeking()) {
+            expand();
+        }
+    });
 
     connect(m_keyboard, &PanelKeyboard::actionRequested, this, &NotchPanelController::perform);
     // The panel's own activation, for the focus rules below.
@@ -143,6 +157,7 @@ void NotchPanelController::updateHoverGeometry() {
         return;
     }
     m_hoverMonitor->setTriggerRect(geo->triggerRect());
+    m_services.hoverStrip->setRect(geo->triggerRect().toAlignedRect());
     m_hoverMonitor->setRetentionRect(geo->retentionRect());
 }
 
@@ -339,6 +354,7 @@ void NotchPanelController::shutdown() {
     m_store->pause();
     m_springAnimator->stop();
     m_hoverMonitor->stop();
+    m_services.hoverStrip->setShown(false);
     m_keyboard->stop();
     m_screens->stop();
     if (m_panel) {

@@ -4,9 +4,11 @@
 #include "Vantrel/platform/SessionSignals.h"
 
 #if VANTREL_WITH_X11
+#include "Vantrel/platform/HoverStripPointer.h"
 #include "Vantrel/platform/x11/X11ActiveWindow.h"
 #include "Vantrel/platform/x11/X11DesktopPointer.h"
 #include "Vantrel/platform/x11/X11HotKey.h"
+#include "Vantrel/platform/x11/X11HoverStrip.h"
 #include "Vantrel/platform/x11/X11Support.h"
 #include "Vantrel/platform/x11/X11SystemSignals.h"
 #include "Vantrel/platform/x11/X11WindowTraits.h"
@@ -34,6 +36,14 @@ bool onX11() {
     return false;
 #endif
 }
+
+#if VANTREL_WITH_X11
+// A Wayland session, whatever Qt runs on (through XWayland when that is xcb).
+bool waylandSession() {
+    return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           qEnvironmentVariable("XDG_SESSION_TYPE") == QLatin1String("wayland");
+}
+#endif
 
 } // namespace
 
@@ -116,6 +126,20 @@ PlatformServices makePlatformServices(const QSettings& settings) {
     }
     services.activeWindow = std::make_unique<x11::X11ActiveWindow>();
     services.windowTraits = std::make_unique<x11::X11WindowTraits>();
+    // Through XWayland the pointer over native windows is invisible to X11 clients
+    // (the layer surfaces above see it where the compositor has the layer shell).
+    if (waylandSession() && !layerShell) {
+        if (auto strip = x11::X11HoverStrip::create(&error)) {
+            services.pointer = std::make_unique<HoverStripPointer>(std::move(services.pointer), *strip);
+            services.hoverStrip = std::move(strip);
+            services.notes << QStringLiteral("Wayland session through XWayland: a transparent strip over "
+                                             "the trigger area lets hovering work over native windows");
+        } else {
+            services.notes << QStringLiteral("Wayland session through XWayland: no hover strip (%1): "
+                                             "hovering works only over X11 windows")
+                                  .arg(error);
+        }
+    }
 #endif
     return services;
 }

@@ -30,6 +30,8 @@ struct PlatformServices {
     std::unique_ptr<MotionPreference> motion;
     // Null where the panel's own window is shown (X11); a layer surface on Wayland.
     std::unique_ptr<PanelSurface> panelSurface;
+    // Only on Wayland sessions (a layer surface, or an X11 window through XWayland);
+    // elsewhere the do-nothing strip.
     std::unique_ptr<HoverStrip> hoverStrip;
     // Why a fallback was taken, one line each, for the user's diagnostics.
     QStringList notes;

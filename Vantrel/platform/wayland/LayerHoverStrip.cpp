@@ -6,7 +6,14 @@
 
 namespace vantrel::platform::wayland {
 
-LayerHoverStrip::LayerHoverStrip(LayerShellClient& client) : m_surface(client, *this, "vantrel-hover") {}
+LayerHoverStrip::LayerHoverStrip(LayerShellClient& client, QObject* parent)
+    : HoverStrip(parent), m_surface(client, *this, "vantrel-hover") {}
+
+void LayerHoverStrip::pointerButton(QPointF, Qt::MouseButton button, bool pressed) {
+    if (button == Qt::LeftButton && pressed) {
+        emit clicked();
+    }
+}
 
 void LayerHoverStrip::setRect(const QRect& rect) {
     QRect visible = rect;

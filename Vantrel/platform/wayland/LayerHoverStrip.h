@@ -10,13 +10,16 @@ namespace vantrel::platform::wayland {
 // input, so the compositor tells us when the pointer rests there over any window.
 // Only the part of the area that lies on the screen is covered.
 class LayerHoverStrip final : public HoverStrip, public SurfaceInput {
+    Q_OBJECT
+
 public:
-    explicit LayerHoverStrip(LayerShellClient& client);
+    explicit LayerHoverStrip(LayerShellClient& client, QObject* parent = nullptr);
 
     void setRect(const QRect& rect) override;
     void setShown(bool shown) override;
 
     QPointF globalOrigin() const override { return m_visible.topLeft(); }
+    void pointerButton(QPointF local, Qt::MouseButton button, bool pressed) override;
 
 private:
     void update();

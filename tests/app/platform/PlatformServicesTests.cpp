@@ -14,6 +14,7 @@ TEST(PlatformServicesTest, TheFallbacksProvideEveryService) {
     ASSERT_NE(services.systemSignals, nullptr);
     ASSERT_NE(services.screenNotch, nullptr);
     ASSERT_NE(services.motion, nullptr);
+    ASSERT_NE(services.hoverStrip, nullptr);
     EXPECT_FALSE(services.motion->reduceMotion());
     EXPECT_EQ(services.activeWindow->current(), 0u);
     EXPECT_FALSE(services.activeWindow->fullScreenOn(nullptr));

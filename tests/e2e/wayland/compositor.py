@@ -54,6 +54,10 @@ class Lines:
     def _read(self):
         for line in self.proc.stdout:
             line = line.rstrip("\n")
+            # The native window stamps its lines with the time; the checks here match the event.
+            stamp, _, rest = line.partition(" ")
+            if rest and stamp.replace(".", "", 1).isdigit():
+                line = rest
             self.seen.append(line)
             self.queue.put(line)
 

@@ -1,41 +1,44 @@
-"""A plain native Wayland window for the compositor tests: GTK 3 on its Wayland
-backend, as large as the compositor lets it be. It prints one line per event a
-test wants to see, flushed at once:
-  ready
-  focus-in / focus-out
-  key NAME
-  button X Y      (a press, in window coordinates)
-"""
+"""A native Wayland window for the end-to-end tests: a GTK 3 window on the Wayland
+backend, maximized so it fills the screen (full-screen with --fullscreen). It prints
+one line per event that a test looks for, with a monotonic timestamp: "ready",
+"focus-in", "focus-out", "key NAME", "button" (then "button-at X Y", in window
+coordinates), and the pointer's arrival ("enter") and departure ("leave")."""
 
 import os
 import sys
+import time
 
 os.environ["GDK_BACKEND"] = "wayland"
 
 import gi  # noqa: E402
 
-gi.require_version("Gdk", "3.0")
 gi.require_version("Gtk", "3.0")
-from gi.repository import Gdk, Gtk  # noqa: E402
+from gi.repository import GLib, Gtk  # noqa: E402
 
 
-def say(line):
-    print(line, flush=True)
+def say(what):
+    print("%.3f %s" % (time.monotonic(), what), flush=True)
 
 
 def main():
-    window = Gtk.Window(title="native")
-    window.set_default_size(1440, 900)
+    titles = [a for a in sys.argv[1:] if not a.startswith("--")]
+    window = Gtk.Window(title=titles[0] if titles else "native")
+    window.set_decorated(False)
+    window.add_events(0xFFFFFF)  # every event mask bit: enter, leave, keys, buttons
+    window.connect("focus-in-event", lambda *a: say("focus-in") or False)
+    window.connect("focus-out-event", lambda *a: say("focus-out") or False)
+    window.connect("key-press-event", lambda w, e: say("key " + Gtk.accelerator_name(e.keyval, 0)) or False)
+    window.connect("button-press-event",
+                   lambda w, e: say("button") or say("button-at %d %d" % (e.x, e.y)) or False)
+    window.connect("enter-notify-event", lambda *a: say("enter") or False)
+    window.connect("leave-notify-event", lambda *a: say("leave") or False)
     window.connect("destroy", Gtk.main_quit)
-    window.connect("focus-in-event", lambda *_: say("focus-in"))
-    window.connect("focus-out-event", lambda *_: say("focus-out"))
-    window.connect("key-press-event", lambda _w, e: say("key " + Gdk.keyval_name(e.keyval)))
-    window.connect("button-press-event", lambda _w, e: say("button %d %d" % (e.x, e.y)))
-    window.add_events(Gdk.EventMask.BUTTON_PRESS_MASK | Gdk.EventMask.KEY_PRESS_MASK)
-    window.connect("map-event", lambda *_: say("ready"))
-    window.show_all()
-    if len(sys.argv) > 1 and sys.argv[1] == "--fullscreen":
+    if "--fullscreen" in sys.argv:
         window.fullscreen()
+    else:
+        window.maximize()
+    window.show_all()
+    GLib.idle_add(lambda: say("ready") or False)
     Gtk.main()
 
 

@@ -186,7 +186,7 @@ def main(which, program, input_tool):
             # Inside the surface's rectangle, outside its rounded bottom-left corner.
             x, y = EXPANDED[0] + 1, EXPANDED[3] - 2
             s.click(x, y)
-            if not native.wait_for("button %d %d" % (x, y), 2):
+            if not native.wait_for("button-at %d %d" % (x, y), 2):
                 raise AssertionError("a click outside the notch shape did not reach the window underneath")
             wait(lambda: not playfield_open(), 2, "a click on another window did not close the playfield")
 
