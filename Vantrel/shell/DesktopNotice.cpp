@@ -1,34 +1,84 @@
 #include "Vantrel/shell/DesktopNotice.h"
 
-#include <QDBusConnection>
-#include <QDBusInterface>
-#include <QDBusReply>
+#include "Vantrel/platform/SessionBus.h"
+
+#include <QCoreApplication>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
 #include <QMessageBox>
+#include <QTimer>
 #include <QVariantMap>
 
 namespace vantrel {
 
-DesktopNotice::Shown DesktopNotice::show(const QString& title, const QString& body) {
-    QDBusConnection bus = QDBusConnection::sessionBus();
-    if (bus.isConnected()) {
-        QDBusInterface notifications(QStringLiteral("org.freedesktop.Notifications"),
-                                     QStringLiteral("/org/freedesktop/Notifications"),
-                                     QStringLiteral("org.freedesktop.Notifications"), bus);
-        notifications.setTimeout(2000);
-        if (notifications.isValid()) {
-            const QDBusReply<uint> reply =
-                notifications.call(QStringLiteral("Notify"), QStringLiteral("Vantrel"), 0u, QString(), title,
-                                   body, QStringList(), QVariantMap(), -1);
-            if (reply.isValid()) {
-                return Shown::notification;
-            }
-        }
+DesktopNotice::DesktopNotice(QString title, QString body)
+    : QObject(QCoreApplication::instance()), m_title(std::move(title)), m_body(std::move(body)) {}
+
+DesktopNotice* DesktopNotice::show(const QString& title, const QString& body) {
+    if (!platform::sessionBusKnown()) {
+        auto* notice = new DesktopNotice(title, body);
+        notice->finish(Shown::window);
+        return notice;
     }
-    auto* box = new QMessageBox(QMessageBox::Information, title, body, QMessageBox::Ok);
-    box->setAttribute(Qt::WA_DeleteOnClose);
-    box->setModal(false);
-    box->show();
-    return Shown::window;
+    return show(QDBusConnection::sessionBus(), title, body);
+}
+
+DesktopNotice* DesktopNotice::show(const QDBusConnection& bus, const QString& title, const QString& body) {
+    auto* notice = new DesktopNotice(title, body);
+    if (bus.isConnected()) {
+        notice->ask(bus);
+    } else {
+        notice->finish(Shown::window);
+    }
+    return notice;
+}
+
+void DesktopNotice::ask(const QDBusConnection& bus) {
+    // A plain message, not a QDBusInterface: its constructor introspects the
+    // service synchronously, past any timeout set on it.
+    QDBusMessage notify = QDBusMessage::createMethodCall(
+        QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("/org/freedesktop/Notifications"),
+        QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("Notify"));
+    notify << QStringLiteral("Vantrel") << 0u << QString() << m_title << m_body << QStringList()
+           << QVariantMap() << -1;
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(notify, answerTimeoutMs), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, &DesktopNotice::answered);
+    // Our own deadline as well: the window comes on time even if the bus's timeout is late.
+    m_deadline = new QTimer(this);
+    m_deadline->setSingleShot(true);
+    connect(m_deadline, &QTimer::timeout, this, [this] { finish(Shown::window); });
+    m_deadline->start(answerTimeoutMs);
+}
+
+void DesktopNotice::answered(QDBusPendingCallWatcher* watcher) {
+    const QDBusPendingReply<uint> reply = *watcher;
+    watcher->deleteLater();
+    finish(reply.isValid() ? Shown::notification : Shown::window);
+}
+
+void DesktopNotice::finish(Shown how) {
+    if (m_finished) {
+        return;
+    }
+    m_finished = true;
+    if (m_deadline) {
+        m_deadline->stop();
+    }
+    if (how == Shown::window) {
+        auto* box = new QMessageBox(QMessageBox::Information, m_title, m_body, QMessageBox::Ok);
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        box->setModal(false);
+        box->show();
+    }
+    // Queued, so that a caller who has just started the notice can still connect to shown().
+    QMetaObject::invokeMethod(
+        this,
+        [this, how] {
+            emit shown(how);
+            deleteLater();
+        },
+        Qt::QueuedConnection);
 }
 
 } // namespace vantrel
