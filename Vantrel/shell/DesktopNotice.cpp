@@ -12,6 +12,10 @@
 
 namespace vantrel {
 
+namespace {
+constexpr int lateAnswerMs = 500;
+} // namespace
+
 DesktopNotice::DesktopNotice(QString title, QString body)
     : QObject(QCoreApplication::instance()), m_title(std::move(title)), m_body(std::move(body)) {}
 
@@ -42,11 +46,13 @@ void DesktopNotice::ask(const QDBusConnection& bus) {
         QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("Notify"));
     notify << QStringLiteral("Vantrel") << 0u << QString() << m_title << m_body << QStringList()
            << QVariantMap() << -1;
-    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(notify, answerTimeoutMs), this);
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(notify, answerTimeoutMs + lateAnswerMs), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, &DesktopNotice::answered);
-    // Our own deadline as well: the window comes on time even if the bus's timeout is late.
+    // The deadline is ours, a precise timer (the bus library's are coarse, off by up to 5%);
+    // the call itself is given up a little later.
     m_deadline = new QTimer(this);
     m_deadline->setSingleShot(true);
+    m_deadline->setTimerType(Qt::PreciseTimer);
     connect(m_deadline, &QTimer::timeout, this, [this] { finish(Shown::window); });
     m_deadline->start(answerTimeoutMs);
 }

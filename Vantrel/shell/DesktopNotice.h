@@ -20,6 +20,7 @@ class DesktopNotice final : public QObject {
 
 public:
     enum class Shown { notification, window };
+    Q_ENUM(Shown)
     static constexpr int answerTimeoutMs = 2000;
 
     // Starts telling on the session bus, or at once in a window where the
