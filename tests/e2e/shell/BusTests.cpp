@@ -4,6 +4,7 @@
 // buses Qt is pointed at through the environment.
 #include "PrivateBus.h"
 
+#include "Vantrel/platform/GnomeMotionPreference.h"
 #include "Vantrel/platform/SessionSignals.h"
 #include "Vantrel/shell/DesktopNotice.h"
 #include "Vantrel/update/QtUpdateDialogs.h"
@@ -22,6 +23,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
 #include <memory>
 
 using namespace vantrel;
@@ -30,6 +32,7 @@ namespace {
 
 const QString notifications = QStringLiteral("org.freedesktop.Notifications");
 const QString fileManager = QStringLiteral("org.freedesktop.FileManager1");
+const QString dconf = QStringLiteral("ca.desrt.dconf");
 
 // Hung: owned by a process that never answers. Stalled: its program never takes the name.
 std::unique_ptr<test::PrivateBus> hungBus;
@@ -151,6 +154,18 @@ TEST(BusCalls, RevealOnAFileManagerThatNeverComesUpReturnsAtOnce) {
     EXPECT_TRUE(stalledBus->started(fileManager));
 }
 
+TEST(BusCalls, GnomeMotionPreferenceReadsWithoutTheSettingsService) {
+    if (!stalledBus || stalledBus->address().isEmpty()) {
+        GTEST_SKIP() << "dbus-daemon did not start (scripts/install-deps.sh --test installs it)";
+    }
+    // GSettings reads dconf's database file; its D-Bus service, which never comes up here, is only
+    // for writing.
+    QElapsedTimer clock;
+    clock.start();
+    platform::GnomeMotionPreference motion;
+    EXPECT_LT(clock.elapsed(), 200) << "reading the GNOME setting waited on the bus";
+}
+
 namespace {
 
 void sendSignal(QDBusConnection& from, const QString& path, const QString& interface, const QString& name,
@@ -240,13 +255,16 @@ int main(int argc, char** argv) {
         } else {
             std::fprintf(stderr, "note: /usr/bin/python3 with python3-gi missing: no hung service here\n");
         }
-        stalledBus = std::make_unique<test::PrivateBus>(none, QStringList{notifications, fileManager},
+        stalledBus = std::make_unique<test::PrivateBus>(none, QStringList{notifications, fileManager, dconf},
                                                         VANTREL_SILENT_SERVICE);
         // Qt reads these at the first use of its session and system bus, all on the stalled bus.
         qputenv("DBUS_SESSION_BUS_ADDRESS", stalledBus->address().toUtf8());
         qputenv("DBUS_SYSTEM_BUS_ADDRESS", stalledBus->address().toUtf8());
     }
     const int status = RUN_ALL_TESTS();
+    // GLib's own session-bus connection (dconf's, from reading the GNOME setting) raises SIGTERM
+    // in this process when its bus goes away, as it does next.
+    std::signal(SIGTERM, SIG_IGN);
     hungBus.reset();
     stalledBus.reset();
     return status;
