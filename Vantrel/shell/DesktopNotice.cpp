@@ -17,7 +17,8 @@ constexpr int lateAnswerMs = 500;
 } // namespace
 
 DesktopNotice::DesktopNotice(QString title, QString body)
-    : QObject(QCoreApplication::instance()), m_title(std::move(title)), m_body(std::move(body)) {}
+    : QObject(QCoreApplication::instance()), m_title(std::move(title)), m_body(std::move(body)),
+      m_bus(QStringLiteral("none")) {}
 
 DesktopNotice* DesktopNotice::show(const QString& title, const QString& body) {
     if (!platform::sessionBusKnown()) {
@@ -39,6 +40,8 @@ DesktopNotice* DesktopNotice::show(const QDBusConnection& bus, const QString& ti
 }
 
 void DesktopNotice::ask(const QDBusConnection& bus) {
+    m_bus = bus;
+    m_asking = true;
     // A plain message, not a QDBusInterface: its constructor introspects the
     // service synchronously, past any timeout set on it.
     QDBusMessage notify = QDBusMessage::createMethodCall(
@@ -46,7 +49,8 @@ void DesktopNotice::ask(const QDBusConnection& bus) {
         QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("Notify"));
     notify << QStringLiteral("Vantrel") << 0u << QString() << m_title << m_body << QStringList()
            << QVariantMap() << -1;
-    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(notify, answerTimeoutMs + lateAnswerMs), this);
+    auto* watcher =
+        new QDBusPendingCallWatcher(m_bus.asyncCall(notify, answerTimeoutMs + lateAnswerMs), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, &DesktopNotice::answered);
     // The deadline is ours, a precise timer (the bus library's are coarse, off by up to 5%);
     // the call itself is given up a little later.
@@ -60,7 +64,26 @@ void DesktopNotice::ask(const QDBusConnection& bus) {
 void DesktopNotice::answered(QDBusPendingCallWatcher* watcher) {
     const QDBusPendingReply<uint> reply = *watcher;
     watcher->deleteLater();
-    finish(reply.isValid() ? Shown::notification : Shown::window);
+    m_asking = false;
+    if (!m_finished) {
+        finish(reply.isValid() ? Shown::notification : Shown::window);
+        return;
+    }
+    if (reply.isValid()) {
+        // Accepted after the window said it already: one notice is enough.
+        QDBusMessage close = QDBusMessage::createMethodCall(
+            QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("/org/freedesktop/Notifications"),
+            QStringLiteral("org.freedesktop.Notifications"), QStringLiteral("CloseNotification"));
+        close << reply.value();
+        m_bus.asyncCall(close, answerTimeoutMs);
+    }
+    deleteWhenDone();
+}
+
+void DesktopNotice::deleteWhenDone() {
+    if (m_announced && !m_asking) {
+        deleteLater();
+    }
 }
 
 void DesktopNotice::finish(Shown how) {
@@ -82,7 +105,8 @@ void DesktopNotice::finish(Shown how) {
         this,
         [this, how] {
             emit shown(how);
-            deleteLater();
+            m_announced = true;
+            deleteWhenDone();
         },
         Qt::QueuedConnection);
 }

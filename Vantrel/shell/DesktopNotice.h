@@ -24,7 +24,9 @@ public:
     static constexpr int answerTimeoutMs = 2000;
 
     // Starts telling on the session bus, or at once in a window where the
-    // session has no bus. The notice deletes itself after emitting shown().
+    // session has no bus. The notice deletes itself after emitting shown()
+    // (and after the service's answer, if that comes late: a notification
+    // accepted after the window showed is closed again).
     static DesktopNotice* show(const QString& title, const QString& body);
     // The same on `bus`.
     static DesktopNotice* show(const QDBusConnection& bus, const QString& title, const QString& body);
@@ -37,11 +39,15 @@ private:
     void ask(const QDBusConnection& bus);
     void answered(QDBusPendingCallWatcher* watcher);
     void finish(Shown how);
+    void deleteWhenDone();
 
     QString m_title;
     QString m_body;
+    QDBusConnection m_bus;
     QTimer* m_deadline = nullptr;
-    bool m_finished = false;
+    bool m_asking = false;    // the call to the service is unanswered
+    bool m_finished = false;  // shown one way or the other
+    bool m_announced = false; // shown() emitted
 };
 
 } // namespace vantrel

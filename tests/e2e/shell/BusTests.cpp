@@ -16,6 +16,8 @@
 #include <QEventLoop>
 #include <QFileInfo>
 #include <QMessageBox>
+#include <QPointer>
+#include <QProcessEnvironment>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -25,6 +27,7 @@
 #include <algorithm>
 #include <csignal>
 #include <memory>
+#include <utility>
 
 using namespace vantrel;
 
@@ -37,6 +40,8 @@ const QString dconf = QStringLiteral("ca.desrt.dconf");
 // Hung: owned by a process that never answers. Stalled: its program never takes the name.
 std::unique_ptr<test::PrivateBus> hungBus;
 std::unique_ptr<test::PrivateBus> stalledBus;
+// No services but what a test starts on it.
+std::unique_ptr<test::PrivateBus> openBus;
 
 bool silentServiceRuns() {
     QProcess python;
@@ -129,6 +134,97 @@ TEST(BusCalls, NoticeOnAHungNotificationServiceFallsBackToTheWindowWithoutWaitin
 
 TEST(BusCalls, NoticeOnANotificationServiceThatNeverComesUpFallsBackWithoutWaiting) {
     noticeFallsBackAtItsDeadline(stalledBus.get(), "stalled-notice");
+}
+
+namespace {
+
+QString readAll(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+// The stand-in notification daemon (tests/e2e/shell/notification_service.py) on the open bus,
+// answering Notify after `delayMs`.
+class NotificationService {
+public:
+    NotificationService(const QString& log, int delayMs) {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("DBUS_SESSION_BUS_ADDRESS", openBus->address());
+        m_process.setProcessEnvironment(env);
+        m_process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        m_process.start("/usr/bin/python3", {VANTREL_NOTIFICATION_SERVICE, log, QString::number(delayMs)});
+        m_ready = m_process.waitForReadyRead(20000) && m_process.readLine().trimmed() == "ready";
+    }
+    ~NotificationService() {
+        m_process.closeWriteChannel();
+        if (!m_process.waitForFinished(5000)) {
+            m_process.kill();
+            m_process.waitForFinished();
+        }
+    }
+    bool ready() const { return m_ready; }
+
+private:
+    QProcess m_process;
+    bool m_ready = false;
+};
+
+// Shows a notice on the open bus with a stand-in daemon answering after `delayMs`; the log of
+// its calls once the notice is done with the bus, and how the notice was shown.
+std::pair<QString, DesktopNotice::Shown> noticeWithDaemon(int delayMs, const char* connectionName,
+                                                          bool* skipped) {
+    *skipped = true;
+    if (!openBus || openBus->address().isEmpty() || !silentServiceRuns()) {
+        return {};
+    }
+    QTemporaryDir dir;
+    const QString log = dir.filePath("calls.log");
+    NotificationService daemon(log, delayMs);
+    if (!daemon.ready()) {
+        return {};
+    }
+    *skipped = false;
+    const QDBusConnection connection = QDBusConnection::connectToBus(openBus->address(), connectionName);
+    QPointer<DesktopNotice> notice = DesktopNotice::show(connection, "Vantrel is running", "Hover to play.");
+    DesktopNotice::Shown how = DesktopNotice::Shown::window;
+    bool shown = false;
+    QObject::connect(notice, &DesktopNotice::shown, [&](DesktopNotice::Shown value) {
+        how = value;
+        shown = true;
+    });
+    // Until the notice has finished with the bus (it deletes itself then).
+    runLoopUntil([&] { return shown && !notice; }, 4 * DesktopNotice::answerTimeoutMs);
+    EXPECT_TRUE(shown);
+    EXPECT_TRUE(!notice) << "the notice never let go";
+    runLoopUntil([] { return false; }, 200); // the daemon's log written
+    return {readAll(log), how};
+}
+
+} // namespace
+
+TEST(BusCalls, NoticeGoesToAWorkingNotificationService) {
+    bool skipped = false;
+    const auto [calls, how] = noticeWithDaemon(0, "working-notice", &skipped);
+    if (skipped) {
+        GTEST_SKIP()
+            << "needs dbus-daemon and /usr/bin/python3 with python3-gi (scripts/install-deps.sh --test)";
+    }
+    EXPECT_EQ(how, DesktopNotice::Shown::notification);
+    EXPECT_EQ(calls, "Notify Vantrel 1 Vantrel is running|Hover to play.\n");
+    EXPECT_FALSE(noticeWindowShows("Vantrel is running"));
+}
+
+TEST(BusCalls, NoticeAcceptedAfterTheDeadlineIsClosedAgain) {
+    bool skipped = false;
+    const auto [calls, how] = noticeWithDaemon(DesktopNotice::answerTimeoutMs + 200, "late-notice", &skipped);
+    if (skipped) {
+        GTEST_SKIP()
+            << "needs dbus-daemon and /usr/bin/python3 with python3-gi (scripts/install-deps.sh --test)";
+    }
+    EXPECT_EQ(how, DesktopNotice::Shown::window);
+    EXPECT_TRUE(noticeWindowShows("Vantrel is running"));
+    EXPECT_EQ(calls, "Notify Vantrel 1 Vantrel is running|Hover to play.\nCloseNotification 1\n");
+    closeNoticeWindows();
 }
 
 TEST(BusCalls, RevealOnAFileManagerThatNeverComesUpReturnsAtOnce) {
@@ -255,6 +351,7 @@ int main(int argc, char** argv) {
         } else {
             std::fprintf(stderr, "note: /usr/bin/python3 with python3-gi missing: no hung service here\n");
         }
+        openBus = std::make_unique<test::PrivateBus>(none, none, VANTREL_SILENT_SERVICE);
         stalledBus = std::make_unique<test::PrivateBus>(none, QStringList{notifications, fileManager, dconf},
                                                         VANTREL_SILENT_SERVICE);
         // Qt reads these at the first use of its session and system bus, all on the stalled bus.
@@ -266,6 +363,7 @@ int main(int argc, char** argv) {
     // in this process when its bus goes away, as it does next.
     std::signal(SIGTERM, SIG_IGN);
     hungBus.reset();
+    openBus.reset();
     stalledBus.reset();
     return status;
 }
