@@ -1,8 +1,11 @@
 #include "Vantrel/update/QtUpdateDialogs.h"
 
+#include "Vantrel/platform/SessionBus.h"
+
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFileDialog>
@@ -76,18 +79,36 @@ void QtUpdateDialogs::reveal(const QString& path) {
     revealInFileManager(path);
 }
 
-bool revealInFileManager(const QString& path) {
+void revealInFileManager(const QString& path, std::function<void(bool byFileManager)> done) {
+    const QString folder = QFileInfo(path).absolutePath();
+    auto fallBack = [folder, done] {
+        QDesktopServices::openUrl(QUrl::fromLocalFile(folder));
+        if (done) {
+            done(false);
+        }
+    };
+    QDBusConnection bus =
+        platform::sessionBusKnown() ? QDBusConnection::sessionBus() : QDBusConnection(QStringLiteral("none"));
+    if (!bus.isConnected()) {
+        fallBack();
+        return;
+    }
     const QString uri = QUrl::fromLocalFile(QFileInfo(path).absoluteFilePath()).toString(QUrl::FullyEncoded);
     QDBusMessage call = QDBusMessage::createMethodCall(
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
     call << QStringList{uri} << QString();
-    const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, 5000);
-    if (reply.type() == QDBusMessage::ReplyMessage) {
-        return true;
-    }
-    QDesktopServices::openUrl(QUrl::fromLocalFile(QFileInfo(path).absolutePath()));
-    return false;
+    // Asynchronous: a file manager that is slow to start, or has hung, never holds up the program.
+    auto* watcher = new QDBusPendingCallWatcher(bus.asyncCall(call, revealTimeoutMs), qApp);
+    QObject::connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
+                     [fallBack, done](QDBusPendingCallWatcher* finished) {
+                         finished->deleteLater();
+                         if (finished->isError()) {
+                             fallBack();
+                         } else if (done) {
+                             done(true);
+                         }
+                     });
 }
 
 } // namespace vantrel

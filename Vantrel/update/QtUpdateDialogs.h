@@ -2,6 +2,8 @@
 
 #include "Vantrel/update/UpdateDialogs.h"
 
+#include <functional>
+
 namespace vantrel {
 
 // Real dialogs: a warning QMessageBox titled "Vantrel", a QFileDialog save
@@ -14,8 +16,11 @@ public:
 };
 
 // Selects the file in a new file-manager window through the freedesktop
-// FileManager1 D-Bus interface; where no file manager offers it, opens the
-// folder with the desktop's default handler. Returns whether D-Bus took it.
-bool revealInFileManager(const QString& path);
+// FileManager1 D-Bus interface; where no file manager takes it within
+// revealTimeoutMs, opens the folder with the desktop's default handler. Asks
+// asynchronously and returns at once; `done` (if given) hears whether D-Bus
+// took it.
+inline constexpr int revealTimeoutMs = 5000;
+void revealInFileManager(const QString& path, std::function<void(bool byFileManager)> done = {});
 
 } // namespace vantrel

@@ -3,10 +3,12 @@
 #include "Vantrel/update/QtUpdateDialogs.h"
 
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QUrl>
 
 #include <gtest/gtest.h>
@@ -14,6 +16,19 @@
 using namespace vantrel;
 
 namespace {
+
+// Reveals `path` and runs the event loop until the answer; whether the file manager took it.
+bool reveal(const QString& path) {
+    QEventLoop loop;
+    bool taken = false;
+    revealInFileManager(path, [&](bool byFileManager) {
+        taken = byFileManager;
+        loop.quit();
+    });
+    QTimer::singleShot(revealTimeoutMs * 2, &loop, &QEventLoop::quit);
+    loop.exec();
+    return taken;
+}
 
 QString readAll(const QString& path) {
     QFile file(path);
@@ -62,17 +77,27 @@ TEST_F(RevealTest, AsksTheFileManagerToSelectTheFile) {
     if (!startFileManager()) {
         GTEST_SKIP() << "the stand-in file manager did not start (python3-dbus and python3-gi missing?)";
     }
-    EXPECT_TRUE(revealInFileManager(file));
+    EXPECT_TRUE(reveal(file));
     const QString expected =
         "ShowItems file://" + QString(QUrl::toPercentEncoding(dir.path(), "/")) + "/Vantrel%201.4.0.zip\n";
     EXPECT_EQ(readAll(dir.filePath("calls.log")), expected);
     // Through the dialogs interface too.
     QtUpdateDialogs dialogs;
     dialogs.reveal(file);
+    QEventLoop loop;
+    QTimer poll;
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (readAll(dir.filePath("calls.log")) == expected + expected) {
+            loop.quit();
+        }
+    });
+    poll.start(20);
+    QTimer::singleShot(revealTimeoutMs, &loop, &QEventLoop::quit);
+    loop.exec();
     EXPECT_EQ(readAll(dir.filePath("calls.log")), expected + expected);
 }
 
 TEST_F(RevealTest, WithoutAFileManagerFallsBackQuietly) {
-    EXPECT_FALSE(revealInFileManager(file));
+    EXPECT_FALSE(reveal(file));
     EXPECT_TRUE(QFileInfo::exists(file)); // the saved file is untouched
 }

@@ -222,7 +222,29 @@ class Compositor:
                     proc.wait(5)
                 except subprocess.TimeoutExpired:
                     proc.kill()
+        self._remove_stale_display()
         shutil.rmtree(self.tmp, ignore_errors=True)
+
+    def _remove_stale_display(self):
+        """XWayland killed with its compositor leaves its lock and socket behind."""
+        display = getattr(self, "env", {}).get("DISPLAY", "")
+        if not display.startswith(":") or not display[1:].isdigit():
+            return
+        lock = "/tmp/.X%s-lock" % display[1:]
+        try:
+            with open(lock) as f:
+                pid = int(f.read().strip())
+            os.kill(pid, 0)
+            return  # still running: not ours to remove
+        except ProcessLookupError:
+            pass
+        except (OSError, ValueError):
+            return
+        for path in (lock, "/tmp/.X11-unix/X%s" % display[1:]):
+            try:
+                os.unlink(path)
+            except OSError:
+                pass
 
     def __enter__(self):
         return self
