@@ -19,6 +19,7 @@ test_pkgs=(
   wmctrl xterm dbus dbus-x11 python3 python3-dbus python3-gi
   pulseaudio pulseaudio-utils sox libsox-fmt-all gsettings-desktop-schemas libglib2.0-bin
   openssl clang-format strace
+  xdg-desktop-portal-dev gnome-settings-daemon-common
   desktop-file-utils appstream man-db lintian dpkg-dev
 )
 
