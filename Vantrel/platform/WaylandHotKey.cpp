@@ -17,10 +17,7 @@ WaylandHotKey::~WaylandHotKey() {
 }
 
 bool WaylandHotKey::grab(QString* error) {
-    if (m_xwayland && !m_grabbed) {
-        m_grabError.clear();
-        m_grabbed = m_xwayland->grab(&m_grabError);
-    }
+    m_wanted = true;
     QString portalError;
     const bool asked = m_portal->grab(&portalError);
     follow();
@@ -31,21 +28,37 @@ bool WaylandHotKey::grab(QString* error) {
 }
 
 void WaylandHotKey::release() {
-    if (m_xwayland && m_grabbed) {
-        m_xwayland->release();
-        m_grabbed = false;
-    }
+    m_wanted = false;
+    holdGrab(false);
     m_portal->release();
 }
 
+void WaylandHotKey::holdGrab(bool hold) {
+    if (!m_xwayland || hold == m_grabbed) {
+        return;
+    }
+    if (hold) {
+        m_grabError.clear();
+        m_grabbed = m_xwayland->grab(&m_grabError);
+    } else {
+        m_xwayland->release();
+        m_grabbed = false;
+    }
+}
+
 void WaylandHotKey::follow() {
+    // Once the portal has bound it, the compositor takes the key before any
+    // window sees it, and the user may have picked another trigger in its
+    // dialog: the grab would only fire a second time or on the wrong keys.
+    const State state = m_portal->state();
+    holdGrab(m_wanted && state != State::active);
     QString detail = m_portal->detail();
-    if (m_portal->state() != State::active && m_xwayland) {
+    if (state != State::active && m_xwayland && m_wanted) {
         detail += m_grabbed
                       ? QStringLiteral("; the XWayland key grab fires only while an X11 window has focus")
                       : QStringLiteral("; no XWayland key grab either (%1)").arg(m_grabError);
     }
-    setState(m_portal->state(), detail, m_portal->trigger());
+    setState(state, detail, m_portal->trigger());
 }
 
 } // namespace vantrel::platform

@@ -8,9 +8,9 @@ namespace vantrel::platform {
 
 // The shortcut on a Wayland session: the desktop's GlobalShortcuts portal, which
 // reaches every window, together with an X11 key grab on XWayland where this
-// program runs there, which fires only while an XWayland window has focus but
-// costs nothing. The state is the portal's: the grab alone is not a shortcut
-// the user can rely on.
+// program runs there, which fires only while an XWayland window has focus and is
+// held only while the portal has not bound the shortcut. The state is the
+// portal's: the grab alone is not a shortcut the user can rely on.
 class WaylandHotKey final : public HotKey {
     Q_OBJECT
 
@@ -27,9 +27,11 @@ public:
 
 private:
     void follow();
+    void holdGrab(bool hold);
 
     std::unique_ptr<HotKey> m_portal;
     std::unique_ptr<HotKey> m_xwayland;
+    bool m_wanted = false; // between grab() and release()
     bool m_grabbed = false;
     QString m_grabError;
 };

@@ -173,8 +173,8 @@ void AppDelegate::shortcutChanged() {
     if (m_onboarding) {
         m_onboarding->view()->setShortcutText(shortcutOnboardingLine(state));
     }
-    if (!m_verbose) {
-        return;
+    if (!m_verbose || m_shortcut->state() == GlobalShortcut::State::released) {
+        return; // released only when shutting down
     }
     // What actually works, each time it changes: a portal's answer comes later.
     QString report = m_shortcut->detail().isEmpty() ? m_shortcut->errorString() : m_shortcut->detail();

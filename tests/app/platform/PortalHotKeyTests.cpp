@@ -259,7 +259,7 @@ public:
 
 } // namespace
 
-TEST_F(PortalTest, OnWaylandThePortalDecidesAndTheXWaylandGrabStaysBesideIt) {
+TEST_F(PortalTest, OnWaylandThePortalDecidesAndTheXWaylandGrabStandsInUntilItBinds) {
     auto grab = std::make_unique<AlwaysGrab>();
     AlwaysGrab* xwayland = grab.get();
     int toggles = 0;
@@ -280,8 +280,16 @@ TEST_F(PortalTest, OnWaylandThePortalDecidesAndTheXWaylandGrabStaysBesideIt) {
     shortcut.unregisterHotKey();
     EXPECT_FALSE(xwayland->held);
     shortcut.registerHotKey();
+    EXPECT_TRUE(xwayland->held); // while the portal is asked
     ASSERT_TRUE(QTest::qWaitFor([&] { return shortcut.state() == State::active; }, 10000));
-    EXPECT_TRUE(xwayland->held);
+    // Bound: the compositor takes the key first, so the grab is given back.
+    EXPECT_FALSE(xwayland->held);
     command("activate toggle");
     EXPECT_TRUE(QTest::qWaitFor([&] { return toggles == 2; }, 5000));
+    // The desktop ends the session: the grab is taken again.
+    command("close");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return shortcut.state() == State::refused; }, 5000));
+    EXPECT_TRUE(xwayland->held);
+    shortcut.unregisterHotKey();
+    EXPECT_FALSE(xwayland->held);
 }
