@@ -252,19 +252,29 @@ void PortalHotKey::onResponse(uint response, const QVariantMap& results) {
                       SLOT(onSessionClosed(QVariantMap)));
         bindShortcuts();
     } else if (m_step == Step::binding) {
-        m_step = Step::bound;
         QString trigger;
+        bool bound = false;
         const auto shortcuts = qdbus_cast<QList<PortalShortcut>>(
             results.value(QStringLiteral("shortcuts")).value<QDBusArgument>());
         for (const PortalShortcut& shortcut : shortcuts) {
+            qCDebug(lcPortal) << "bound" << shortcut.id << shortcut.properties;
             if (shortcut.id == QLatin1String(shortcutId)) {
+                bound = true;
                 trigger = shortcut.properties.value(QStringLiteral("trigger_description")).toString();
             }
         }
+        if (!bound) {
+            // Answered, but without our shortcut among those it holds (KDE's portal
+            // does this for a program it cannot name): nothing will ever fire.
+            fail(State::refused, QStringLiteral("the GlobalShortcuts portal answered without binding it"));
+            return;
+        }
+        m_step = Step::bound;
         setState(
             State::active,
             trigger.isEmpty()
-                ? QStringLiteral("bound through the desktop's GlobalShortcuts portal")
+                ? QStringLiteral("bound through the desktop's GlobalShortcuts portal (no key shown: the "
+                                 "desktop's shortcut settings say which)")
                 : QStringLiteral("bound through the desktop's GlobalShortcuts portal as %1").arg(trigger),
             trigger);
     }

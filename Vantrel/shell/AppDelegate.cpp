@@ -82,7 +82,9 @@ AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* pa
         commands.toggleRoomy = [this] { toggleRoomy(); };
         commands.toggleHover = [this] { toggleHover(); };
         commands.toggleLaunchAtLogin = [this] { toggleLaunchAtLogin(); };
-        commands.setUpShortcut = [this] { setUpShortcut(); };
+        if (m_setUpOffered) {
+            commands.setUpShortcut = [this] { setUpShortcut(); };
+        }
         if (m_shortcutSetup->canWrite()) {
             commands.removeShortcut = [this] { removeShortcut(); };
         }

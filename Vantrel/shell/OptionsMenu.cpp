@@ -39,7 +39,8 @@ void fill(QMenu& menu, const GameStore& store, const OptionsMenuCommands& comman
     const ShortcutCase state =
         shortcut.value_or(store.shortcutAvailable() ? ShortcutCase::works : ShortcutCase::unavailable);
     addInfo(menu, shortcutMenuLine(state, trigger));
-    if (state == ShortcutCase::needsSetUp && commands.setUpShortcut) {
+    // After a refusal too: the desktop's own binding is the user's other way in.
+    if ((state == ShortcutCase::needsSetUp || state == ShortcutCase::refused) && commands.setUpShortcut) {
         addCommand(menu, QStringLiteral("Set Up Shortcut\u2026"), commands.setUpShortcut);
     } else if (state == ShortcutCase::setUp && commands.removeShortcut) {
         addCommand(menu, QStringLiteral("Remove Shortcut"), commands.removeShortcut);

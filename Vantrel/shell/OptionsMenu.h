@@ -22,8 +22,9 @@ struct OptionsMenuCommands {
     std::function<void()> toggleRoomy;
     std::function<void()> toggleHover;
     std::function<void()> toggleLaunchAtLogin;
-    // Offered under the shortcut line when the desktop's own binding is the way
-    // (Set Up Shortcut…) and, for one this program wrote, to take it away again.
+    // Offered under the shortcut line where the desktop's own binding is a way in
+    // (Set Up Shortcut…: set only on such sessions) and, for one this program
+    // wrote, to take it away again.
     std::function<void()> setUpShortcut;
     std::function<void()> removeShortcut;
     std::function<void()> welcome;

@@ -189,6 +189,16 @@ TEST_F(PortalTest, AUserWhoDeclinesLeavesItRefused) {
     EXPECT_EQ(toggles, 0);
 }
 
+TEST_F(PortalTest, AnAnswerWithoutTheShortcutIsNotABinding) {
+    ASSERT_TRUE(startPortal("unbound"));
+    GlobalShortcut shortcut(std::make_unique<platform::PortalHotKey>(appId), [] {});
+    EXPECT_TRUE(shortcut.registerHotKey());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return shortcut.state() != State::pending; }, 10000));
+    EXPECT_EQ(shortcut.state(), State::refused);
+    EXPECT_TRUE(shortcut.errorString().contains("without binding it"))
+        << shortcut.errorString().toStdString();
+}
+
 TEST_F(PortalTest, ASessionTheDesktopClosesIsNoLongerActive) {
     ASSERT_TRUE(startPortal("answer"));
     GlobalShortcut shortcut(std::make_unique<platform::PortalHotKey>(appId), [] {});

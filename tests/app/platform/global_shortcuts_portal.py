@@ -17,6 +17,7 @@ Ends when standard input closes.
 
 --mode answer   answer as a portal whose user accepts (default)
 --mode decline  answer BindShortcuts with response 1 (the user cancelled)
+--mode unbound  answer BindShortcuts with success but an empty list of shortcuts
 --mode silent   accept CreateSession but never send its Response, as a portal
                 stuck behind a dialog nobody answers
 --mode hang     never reply to anything, not even the version property
@@ -191,6 +192,9 @@ class Portal(dbus.service.Object):
         if self.mode == "decline":
             self.respond(request, 1, {})
             return dbus.ObjectPath(request.path)
+        if self.mode == "unbound":
+            self.respond(request, 0, {"shortcuts": dbus.Array([], signature="(sa{sv})")})
+            return dbus.ObjectPath(request.path)
         bound = []
         for shortcut_id, properties in shortcuts:
             description = str(properties.get("description", ""))
@@ -241,7 +245,7 @@ class Portal(dbus.service.Object):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("log")
-    parser.add_argument("--mode", default="answer", choices=["answer", "decline", "silent", "hang"])
+    parser.add_argument("--mode", default="answer", choices=["answer", "decline", "unbound", "silent", "hang"])
     args = parser.parse_args()
     dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
     bus = dbus.SessionBus()

@@ -251,7 +251,7 @@ TEST(OptionsMenuShortcut, TheThirdLineAndTheSetUpItemFollowTheCase) {
 
     OptionsMenu::fill(menu, *store, commands, false, ShortcutCase::refused);
     EXPECT_EQ(texts().at(2), "Shortcut not allowed \u00b7 use menu icon");
-    EXPECT_EQ(find("Set Up Shortcut\u2026"), nullptr);
+    EXPECT_NE(find("Set Up Shortcut\u2026"), nullptr); // the desktop's own binding is still a way in
 
     OptionsMenu::fill(menu, *store, commands, false, ShortcutCase::needsSetUp);
     EXPECT_EQ(texts().at(2), "Shortcut not set up \u00b7 use menu icon");
@@ -268,6 +268,12 @@ TEST(OptionsMenuShortcut, TheThirdLineAndTheSetUpItemFollowTheCase) {
     ASSERT_NE(remove, nullptr);
     remove->trigger();
     EXPECT_EQ(removals, 1);
+    EXPECT_EQ(find("Set Up Shortcut\u2026"), nullptr);
+
+    // Where the desktop's own binding is no way in (an X11 session), nothing is offered.
+    OptionsMenuCommands x11 = commands;
+    x11.setUpShortcut = nullptr;
+    OptionsMenu::fill(menu, *store, x11, false, ShortcutCase::refused);
     EXPECT_EQ(find("Set Up Shortcut\u2026"), nullptr);
 
     // A binding this program did not write (sway's config) has nothing to remove.
