@@ -20,6 +20,7 @@ test_pkgs=(
   pulseaudio pulseaudio-utils sox libsox-fmt-all gsettings-desktop-schemas libglib2.0-bin
   openssl clang-format strace
   xdg-desktop-portal-dev gnome-settings-daemon-common
+  kwin-wayland xdg-desktop-portal xdg-desktop-portal-kde qtwayland5
   desktop-file-utils appstream man-db lintian dpkg-dev
 )
 
