@@ -2,9 +2,9 @@
 (kwin_wayland --virtual --xwayland), KDE's portal back end and
 xdg-desktop-portal on a private session bus, and the real program on XWayland.
 Checks that the portal accepts the program's CreateSession and BindShortcuts
-(with its description and preferred trigger), that the main thread is not held
-while the portal works, and that --verbose says what the portal's answer means
-rather than claiming a working shortcut.
+(with its description and preferred trigger), that --verbose says what the
+portal's answer means rather than claiming a working shortcut, and that
+--toggle still reaches the program.
 
 Usage: portal_kwin_test.py /path/to/vantrel. Exit 77: skipped (what is missing)."""
 
