@@ -22,6 +22,8 @@ GlobalShortcut::GlobalShortcut(std::unique_ptr<platform::HotKey> hotKey, std::fu
 
 GlobalShortcut::~GlobalShortcut() {
     unregisterHotKey();
+    // The backend still reports while it is destroyed after this object's fields.
+    m_hotKey->disconnect(this);
 }
 
 bool GlobalShortcut::registerHotKey() {
