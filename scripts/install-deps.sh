@@ -20,6 +20,8 @@ test_pkgs=(
   wmctrl xterm dbus dbus-x11 python3 python3-dbus python3-gi
   pulseaudio pulseaudio-utils sox libsox-fmt-all gsettings-desktop-schemas libglib2.0-bin
   openssl clang-format strace
+  xdg-desktop-portal-dev gnome-settings-daemon-common
+  kwin-wayland xdg-desktop-portal xdg-desktop-portal-kde qtwayland5
   desktop-file-utils appstream man-db lintian dpkg-dev
   xwayland gir1.2-gtk-3.0 qt6-wayland sway grim wtype plasma-wayland-protocols kwin-wayland mutter
 )

@@ -236,6 +236,13 @@ QWidget* OnboardingView::makeWelcomePage() {
     return page;
 }
 
+void OnboardingView::setShortcutText(const QString& text) {
+    m_shortcutText->setText(text);
+    if (QWidget* row = m_shortcutText->parentWidget()) {
+        row->setAccessibleDescription(QStringLiteral("Alt+Super+Space: ") + text);
+    }
+}
+
 QWidget* OnboardingView::makeControlsPage(bool shortcutAvailable) {
     auto* page = new QWidget;
     page->setObjectName("controlsPage");
@@ -250,10 +257,12 @@ QWidget* OnboardingView::makeControlsPage(bool shortcutAvailable) {
                              QStringLiteral("Hold to duck. In the air, fall faster.")));
     layout->addWidget(keyRow(QStringLiteral("Esc"), QStringLiteral("Back to work"),
                              QStringLiteral("Close the game and return to your previous app.")));
-    layout->addWidget(keyRow(QStringLiteral("Alt+Super+Space"), QStringLiteral("Open anywhere"),
-                             shortcutAvailable
-                                 ? QStringLiteral("Or click the dinosaur in your menu bar.")
-                                 : QStringLiteral("Shortcut unavailable. Use the menu bar dinosaur.")));
+    QWidget* shortcutRow =
+        keyRow(QStringLiteral("Alt+Super+Space"), QStringLiteral("Open anywhere"),
+               shortcutAvailable ? QStringLiteral("Or click the dinosaur in your menu bar.")
+                                 : QStringLiteral("Shortcut unavailable. Use the menu bar dinosaur."));
+    m_shortcutText = shortcutRow->findChild<QLabel*>("keyText");
+    layout->addWidget(shortcutRow);
     layout->addStretch(1);
     QLabel* footnote =
         label(QStringLiteral("No notch? Your arcade sits at the top center of the screen.\n"

@@ -47,6 +47,10 @@ public:
     // "Launch at Login" on the last page: unticked unless the caller says it is on already.
     QCheckBox* launchAtLoginBox() const { return m_launchAtLogin; }
     QWidget* currentPage() const;
+    // The "Open anywhere" row's description: how the shortcut stands on this desktop
+    // (it may change while onboarding is open, when the desktop answers).
+    QLabel* shortcutText() const { return m_shortcutText; }
+    void setShortcutText(const QString& text);
 
 private:
     void moveTo(int step);
@@ -64,6 +68,7 @@ private:
     QPushButton* m_getStarted;
     QPushButton* m_letsPlay;
     QCheckBox* m_launchAtLogin = nullptr;
+    QLabel* m_shortcutText = nullptr;
     // Repaints while a page fades in; the clock, not the timer, says how far it is.
     QTimer m_fadeFrames;
     double m_fadeStart = 0; // seconds on m_clock

@@ -1,7 +1,9 @@
 #include "Vantrel/platform/Platform.h"
 
 #include "Vantrel/platform/GnomeMotionPreference.h"
+#include "Vantrel/platform/PortalHotKey.h"
 #include "Vantrel/platform/SessionSignals.h"
+#include "Vantrel/platform/WaylandHotKey.h"
 
 #if VANTREL_WITH_X11
 #include "Vantrel/platform/HoverStripPointer.h"
@@ -37,15 +39,13 @@ bool onX11() {
 #endif
 }
 
-#if VANTREL_WITH_X11
-// A Wayland session, whatever Qt runs on (through XWayland when that is xcb).
+} // namespace
+
 bool waylandSession() {
     return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
-           qEnvironmentVariable("XDG_SESSION_TYPE") == QLatin1String("wayland");
+           qEnvironmentVariable("XDG_SESSION_TYPE") == QLatin1String("wayland") ||
+           QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
 }
-#endif
-
-} // namespace
 
 PlatformServices nullPlatformServices() {
     PlatformServices services;
@@ -145,6 +145,17 @@ PlatformServices makePlatformServices(const QSettings& settings) {
 }
 
 std::unique_ptr<HotKey> makeHotKey() {
+    if (waylandSession()) {
+        // Key grabs reach no native Wayland window: the portal is what works there.
+        std::unique_ptr<HotKey> xwaylandGrab;
+#if VANTREL_WITH_X11
+        if (onX11()) {
+            xwaylandGrab = std::make_unique<x11::X11HotKey>();
+        }
+#endif
+        return std::make_unique<WaylandHotKey>(
+            std::make_unique<PortalHotKey>(QGuiApplication::desktopFileName()), std::move(xwaylandGrab));
+    }
 #if VANTREL_WITH_X11
     if (onX11()) {
         return std::make_unique<x11::X11HotKey>();

@@ -48,7 +48,13 @@ PlatformServices makePlatformServices(const QSettings& settings);
 // Do-nothing services throughout, for tests and for platforms we have no backend for.
 PlatformServices nullPlatformServices();
 
+// X11: the key grab. A Wayland session: the GlobalShortcuts portal, with the key
+// grab beside it while Qt runs on XWayland. Elsewhere: none.
 std::unique_ptr<HotKey> makeHotKey();
+
+// WAYLAND_DISPLAY or XDG_SESSION_TYPE say the desktop is a Wayland compositor,
+// whether Qt runs on it natively or through XWayland.
+bool waylandSession();
 
 // Waits until the display server has carried out every request the application
 // has sent so far, so a measurement includes the server's share of the work.

@@ -13,6 +13,8 @@
 #include "Vantrel/platform/Platform.h"
 #include "Vantrel/shell/DesktopNotice.h"
 #include "Vantrel/shell/OptionsMenu.h"
+#include "Vantrel/shell/ShortcutInstructions.h"
+#include "Vantrel/shell/ShortcutSetup.h"
 #include "Vantrel/shell/StatusIcon.h"
 #include "Vantrel/update/VeltUpdateManager.h"
 
@@ -20,6 +22,7 @@
 #include <QCheckBox>
 #include <QGuiApplication>
 #include <QMenu>
+#include <QMessageBox>
 #include <QSessionManager>
 #include <QSettings>
 #include <QSystemTrayIcon>
@@ -79,11 +82,21 @@ AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* pa
         commands.toggleRoomy = [this] { toggleRoomy(); };
         commands.toggleHover = [this] { toggleHover(); };
         commands.toggleLaunchAtLogin = [this] { toggleLaunchAtLogin(); };
+        if (m_setUpOffered) {
+            commands.setUpShortcut = [this] { setUpShortcut(); };
+        }
+        if (m_shortcutSetup->canWrite()) {
+            commands.removeShortcut = [this] { removeShortcut(); };
+        }
         commands.welcome = [this] { welcome(); };
         commands.checkUpdates = [this] { checkUpdates(); };
         commands.quit = [this] { quit(); };
         // Read from disk each time: the user may have added or removed the file by hand.
-        OptionsMenu::fill(*m_menu, store(), commands, m_autostart.enabled());
+        OptionsMenu::fill(*m_menu, store(), commands, m_autostart.enabled(), shortcutCase(),
+                          m_shortcut->trigger());
+        if (m_setUpOffered) {
+            m_shortcutSetup->refresh(); // the user may have changed it in the desktop's settings
+        }
     });
     m_tray = new QSystemTrayIcon(StatusIcon::make(), this);
     m_tray->setToolTip(trayToolTip());
@@ -97,12 +110,33 @@ AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* pa
     m_tray->show();
 
     // 6. The global shortcut; the store shows a hint when it is not available.
+    // A portal answers later, so the state is followed rather than read once; on a
+    // Wayland session without one, the desktop's own binding can be made instead.
+    m_verbose = options.verbose;
     m_shortcut = std::make_unique<GlobalShortcut>(platform::makeHotKey(), [this] { m_controller->toggle(); });
-    store().setShortcutAvailable(m_shortcut->registerHotKey());
+    m_setUpOffered = platform::waylandSession();
+    m_shortcutSetup =
+        new ShortcutSetup(ShortcutSetup::detect(), QCoreApplication::applicationFilePath(), this);
+    connect(m_shortcut.get(), &GlobalShortcut::stateChanged, this, &AppDelegate::shortcutChanged);
+    connect(m_shortcutSetup, &ShortcutSetup::changed, this, &AppDelegate::shortcutChanged);
+    connect(m_shortcutSetup, &ShortcutSetup::finished, this, [](bool ok, const QString& message) {
+        if (message.isEmpty()) {
+            return;
+        }
+        // Told in a window of its own: the user asked for the change and should see what it was.
+        auto* box = new QMessageBox(ok ? QMessageBox::Information : QMessageBox::Warning,
+                                    QStringLiteral("Vantrel Shortcut"), message);
+        box->setObjectName(QStringLiteral("shortcutSetUpResult"));
+        box->setAttribute(Qt::WA_DeleteOnClose);
+        box->setModal(false);
+        box->show();
+    });
+    m_shortcut->registerHotKey();
+    if (m_setUpOffered) {
+        m_shortcutSetup->refresh();
+    }
+    shortcutChanged();
     if (options.verbose) {
-        err << "vantrel: shortcut " << GlobalShortcut::displayName << ": "
-            << (m_shortcut->isRegistered() ? QStringLiteral("registered") : m_shortcut->errorString())
-            << Qt::endl;
         err << "vantrel: tray " << (QSystemTrayIcon::isSystemTrayAvailable() ? "available" : "not available")
             << Qt::endl;
     }
@@ -129,6 +163,48 @@ AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* pa
     } else if (options.open) {
         m_controller->expand();
     }
+}
+
+ShortcutCase AppDelegate::shortcutCase() const {
+    return vantrel::shortcutCase(m_shortcut->state(), m_setUpOffered, m_shortcutSetup->isSetUp());
+}
+
+void AppDelegate::shortcutChanged() {
+    const ShortcutCase state = shortcutCase();
+    store().setShortcutAvailable(shortcutWorks(state));
+    if (m_onboarding) {
+        m_onboarding->view()->setShortcutText(shortcutOnboardingLine(state));
+    }
+    if (!m_verbose || m_shortcut->state() == GlobalShortcut::State::released) {
+        return; // released only when shutting down
+    }
+    // What actually works, each time it changes: a portal's answer comes later.
+    QString report = m_shortcut->detail().isEmpty() ? m_shortcut->errorString() : m_shortcut->detail();
+    if (state == ShortcutCase::setUp) {
+        report = QStringLiteral("set up in the desktop's keyboard settings (runs %1)")
+                     .arg(m_shortcutSetup->command());
+    } else if (state == ShortcutCase::needsSetUp) {
+        report += QStringLiteral("; not set up: choose Set Up Shortcut\u2026 in the menu");
+    }
+    if (report != m_shortcutReport) {
+        m_shortcutReport = report;
+        QTextStream(stderr) << "vantrel: shortcut " << GlobalShortcut::displayName << ": " << report
+                            << Qt::endl;
+    }
+}
+
+void AppDelegate::setUpShortcut() {
+    m_controller->collapse(false);
+    if (!m_shortcutSetup->canWrite()) {
+        ShortcutInstructions::show(*m_shortcutSetup);
+        return;
+    }
+    m_shortcutSetup->setUp();
+}
+
+void AppDelegate::removeShortcut() {
+    m_controller->collapse(false);
+    m_shortcutSetup->remove();
 }
 
 AppDelegate::~AppDelegate() {
@@ -200,6 +276,7 @@ void AppDelegate::showOnboarding() {
     delete m_onboarding;
     m_onboarding = new OnboardingWindowController(store().shortcutAvailable(), m_clock,
                                                   [this](bool open) { finishOnboarding(open); });
+    m_onboarding->view()->setShortcutText(shortcutOnboardingLine(shortcutCase()));
     // The same preference the panel's springs follow.
     const platform::MotionPreference& motion = m_controller->motionPreference();
     m_onboarding->view()->setReduceMotion(motion.reduceMotion());

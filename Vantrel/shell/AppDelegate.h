@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vantrel/shell/Autostart.h"
+#include "Vantrel/shell/ShortcutCase.h"
 
 #include <QObject>
 #include <QPointer>
@@ -24,6 +25,7 @@ class GameStore;
 class GlobalShortcut;
 class NotchPanelController;
 class OnboardingWindowController;
+class ShortcutSetup;
 class VeltUpdateManager;
 
 // The application shell: creates the panel controller, the tray icon with its
@@ -59,6 +61,10 @@ public:
     OnboardingWindowController* onboarding() const;
     // Made on the first "Check for Updates…"; null before.
     VeltUpdateManager* updates() const { return m_updates; }
+    GlobalShortcut& shortcut() { return *m_shortcut; }
+    ShortcutSetup& shortcutSetup() { return *m_shortcutSetup; }
+    // How the shortcut stands, as the menu and onboarding show it.
+    ShortcutCase shortcutCase() const;
 
 public slots:
     void play();
@@ -70,6 +76,10 @@ public slots:
     // Writes or removes the autostart entry, which runs this very program at login.
     void toggleLaunchAtLogin();
     void welcome();
+    // The desktop's own binding to `vantrel --toggle`, where no portal offers the
+    // shortcut: written on GNOME (and the user told what changed), shown elsewhere.
+    void setUpShortcut();
+    void removeShortcut();
     void checkUpdates();
     void quit();
 
@@ -79,11 +89,16 @@ private:
     void finishOnboarding(bool openPlayfield);
     bool bringOnboardingForward();
     void checkTray();
+    void shortcutChanged();
 
     const Clock& m_clock;
     std::unique_ptr<QSettings> m_settings; // the delegate's own view of the settings file
     std::unique_ptr<NotchPanelController> m_controller;
     std::unique_ptr<GlobalShortcut> m_shortcut;
+    ShortcutSetup* m_shortcutSetup = nullptr;
+    bool m_setUpOffered = false; // a Wayland session: the desktop's own binding is a way in
+    bool m_verbose = false;
+    QString m_shortcutReport; // the last line --verbose printed about the shortcut
     QSystemTrayIcon* m_tray = nullptr;
     // Parentless (a QWidget cannot have the delegate as parent), so owned here.
     std::unique_ptr<QMenu> m_menu;

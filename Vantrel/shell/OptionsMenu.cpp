@@ -31,12 +31,20 @@ void addToggle(QMenu& menu, const QString& text, bool on, const std::function<vo
 
 } // namespace
 
-void fill(QMenu& menu, const GameStore& store, const OptionsMenuCommands& commands, bool launchAtLogin) {
+void fill(QMenu& menu, const GameStore& store, const OptionsMenuCommands& commands, bool launchAtLogin,
+          std::optional<ShortcutCase> shortcut, const QString& trigger) {
     menu.clear();
     addInfo(menu, QStringLiteral("Vantrel"));
     addInfo(menu, QStringLiteral("Hover over the notch to play"));
-    addInfo(menu, store.shortcutAvailable() ? QStringLiteral("Open anywhere  Alt+Super+Space")
-                                            : QStringLiteral("Shortcut unavailable \u00b7 use menu icon"));
+    const ShortcutCase state =
+        shortcut.value_or(store.shortcutAvailable() ? ShortcutCase::works : ShortcutCase::unavailable);
+    addInfo(menu, shortcutMenuLine(state, trigger));
+    // After a refusal too: the desktop's own binding is the user's other way in.
+    if ((state == ShortcutCase::needsSetUp || state == ShortcutCase::refused) && commands.setUpShortcut) {
+        addCommand(menu, QStringLiteral("Set Up Shortcut\u2026"), commands.setUpShortcut);
+    } else if (state == ShortcutCase::setUp && commands.removeShortcut) {
+        addCommand(menu, QStringLiteral("Remove Shortcut"), commands.removeShortcut);
+    }
     menu.addSeparator();
     addCommand(menu, QStringLiteral("Play / Resume"), commands.play);
     addCommand(menu, QStringLiteral("Fresh Run"), commands.freshRun);
