@@ -330,12 +330,17 @@ class KWin(Compositor):
         shutil.copy(shutil.which("kwin_wayland"), binary)
         self._own(binary)
         # KWin lets a program take screenshots if a desktop entry for its executable says so.
+        # Debian has an entry of its own for the python binary, and KWin reads whichever it
+        # finds first, so the screenshots are taken by a copy of it under another name.
+        self.screenshot_python = self.path("vantrel-test-screenshots")
+        shutil.copy(os.path.realpath(SYSTEM_PYTHON), self.screenshot_python)
+        self._own(self.screenshot_python)
         apps = self.path("share/applications")
         os.makedirs(apps)
         with open(os.path.join(apps, "vantrel-test-screenshots.desktop"), "w") as f:
             f.write("[Desktop Entry]\nType=Application\nName=Vantrel test screenshots\n"
                     "Exec=%s\nX-KDE-DBUS-Restricted-Interfaces=org.kde.KWin.ScreenShot2\n"
-                    % os.path.realpath(SYSTEM_PYTHON))
+                    % self.screenshot_python)
         # Two virtual desktops, so that switching can be tried.
         os.makedirs(self.path(".config"))
         with open(self.path(".config/kwinrc"), "w") as f:
@@ -344,9 +349,7 @@ class KWin(Compositor):
             self._own(d)
         env = dict(self.base_env, QT_QPA_PLATFORM="offscreen", KWIN_WAYLAND_NO_PERMISSION_CHECKS="1",
                    XDG_DATA_DIRS=self.path("share") + ":/usr/share")
-        # With LANG=C.UTF-8 KWin 5.27 does not find that entry in its service cache
-        # (measured: every screenshot refused); unset, it does.
-        env.pop("LANG", None)
+
         self.kwin = self.spawn([binary, "--virtual", "--xwayland", "--no-lockscreen", "--width", str(self.width),
                                 "--height", str(self.height), "--socket", "wayland-kwin"], env=env,
                                stdout=open(self.path("kwin.log"), "w"), stderr=subprocess.STDOUT)
@@ -391,7 +394,7 @@ class KWin(Compositor):
         return ""
 
     def screenshot(self, x, y, width, height):
-        data = self.run(SYSTEM_PYTHON, self.path("screenshot.py"), str(x), str(y), str(width), str(height))
+        data = self.run(self.screenshot_python, self.path("screenshot.py"), str(x), str(y), str(width), str(height))
         header, raw = data.split(b"\n", 1)
         w, h, stride, fmt = (int(v) for v in header.split())
         if fmt not in (4, 5, 6):  # QImage's RGB32, ARGB32, ARGB32_Premultiplied: B, G, R, A in memory
