@@ -9,6 +9,7 @@
 #include <QPainter>
 #include <QPainterPath>
 
+#include <algorithm>
 #include <cmath>
 
 namespace vantrel {
@@ -46,33 +47,65 @@ QPen flatPen(const QColor& color, double width) {
     return pen;
 }
 
+// One cloud: a 29 x 6 stepped outline one point thick whose left end is at x0,
+// as the rectangles its stroke covers (flat ends, square corners), so that the
+// whole outline is filled once and no corner is painted twice.
+QPainterPath cloudPath(double x0, double top) {
+    const QPointF points[] = {
+        {x0, top + 6},  {x0 + 6, top + 6},  {x0 + 6, top + 3},  {x0 + 11, top + 3}, {x0 + 11, top},
+        {x0 + 18, top}, {x0 + 18, top + 3}, {x0 + 23, top + 3}, {x0 + 23, top + 6}, {x0 + 29, top + 6},
+    };
+    constexpr int last = std::size(points) - 1;
+    QPainterPath path;
+    path.setFillRule(Qt::WindingFill);
+    for (int i = 0; i < last; ++i) {
+        const QPointF a = points[i];
+        const QPointF b = points[i + 1];
+        if (a.y() == b.y()) {
+            // Horizontal runs reach half a point past each corner to fill it.
+            const double left = std::min(a.x(), b.x()) - (i > 0 ? 0.5 : 0);
+            const double right = std::max(a.x(), b.x()) + (i + 1 < last ? 0.5 : 0);
+            path.addRect(QRectF(left, a.y() - 0.5, right - left, 1));
+        } else {
+            path.addRect(QRectF(a.x() - 0.5, std::min(a.y(), b.y()), 1, std::abs(b.y() - a.y())));
+        }
+    }
+    return path;
+}
+
+// The landscape is antialiased (the sprites stay crisp): at a scale that is not
+// whole, a one-point line covers parts of two pixel rows, and drawn aliased it
+// becomes two full rows, twice as bright. Everything here is filled rather than
+// stroked: Qt's antialiased strokes cost several times as much as fills of the
+// same shape, and a one-point stroke of these straight runs covers exactly
+// these rectangles.
 void drawLandscape(QPainter& painter, double distance, double groundY) {
-    // The ground: a one-point line on groundY + 0.5, filled as the rectangle it covers.
-    // Qt strokes an antialiased line pixel by pixel and hands so many spans to its
-    // worker threads that the handover cost more than drawing the rest of the frame.
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing, true);
+    painter.setPen(Qt::NoPen);
+
+    // The ground: a one-point line on groundY + 0.5.
     painter.fillRect(QRectF(0, groundY, RunwayPainter::worldWidth, 1), ViewPalette::white(0.24));
 
-    const QColor speck = ViewPalette::white(0.2);
+    QPainterPath specks;
     const double speckShift = std::fmod(distance, speckSpacing);
     for (int i = 0; i < speckCount; ++i) {
         const double x = i * speckSpacing - speckShift;
         const double y = groundY + (i % 2 == 0 ? speckNearDepth : speckFarDepth);
         const double width = i % 3 == 0 ? speckLongWidth : speckShortWidth;
-        painter.fillRect(QRectF(x, y, width, 1), speck);
+        specks.addRect(QRectF(x, y, width, 1));
     }
+    painter.fillPath(specks, ViewPalette::white(0.2));
 
-    painter.setPen(flatPen(ViewPalette::white(0.1), 1));
+    QPainterPath clouds;
+    clouds.setFillRule(Qt::WindingFill);
     const double cloudShift = std::fmod(distance * cloudDrift, cloudWrap);
     for (int i = 0; i < cloudCount; ++i) {
         const double x0 = i * cloudSpacing + cloudFirstX - cloudShift;
-        const double top = i % 2 == 0 ? cloudHighTop : cloudLowTop;
-        // A 29 x 6 stepped outline.
-        const QPointF points[] = {
-            {x0, top + 6},  {x0 + 6, top + 6},  {x0 + 6, top + 3},  {x0 + 11, top + 3}, {x0 + 11, top},
-            {x0 + 18, top}, {x0 + 18, top + 3}, {x0 + 23, top + 3}, {x0 + 23, top + 6}, {x0 + 29, top + 6},
-        };
-        painter.drawPolyline(points, std::size(points));
+        clouds.addPath(cloudPath(x0, i % 2 == 0 ? cloudHighTop : cloudLowTop));
     }
+    painter.fillPath(clouds, ViewPalette::white(0.1));
+    painter.restore();
 }
 
 // One cactus `h` high whose left arm starts at `x`: a 4-wide trunk and two
