@@ -2,6 +2,7 @@
 
 #include "Vantrel/Clock.h"
 #include "Vantrel/pixels/NotchWelcomeIllustration.h"
+#include "Vantrel/platform/MotionPreference.h"
 
 #include <QCheckBox>
 #include <QEasingCurve>
@@ -278,6 +279,12 @@ QWidget* OnboardingView::makeControlsPage(bool shortcutAvailable) {
     m_launchAtLogin->setFont(font);
     layout->addWidget(m_launchAtLogin);
     return page;
+}
+
+void OnboardingView::followMotionPreference(const platform::MotionPreference& motion) {
+    setReduceMotion(motion.reduceMotion());
+    connect(&motion, &platform::MotionPreference::changed, this,
+            [this, &motion] { setReduceMotion(motion.reduceMotion()); });
 }
 
 void OnboardingView::moveTo(int step) {

@@ -14,6 +14,10 @@ namespace vantrel {
 
 class Clock;
 
+namespace platform {
+class MotionPreference;
+}
+
 // The two-page introduction shown at first launch: a welcome page and the
 // controls. It knows nothing of the game; it is told whether the global
 // shortcut works and calls `finish` once when the user leaves (true: open
@@ -32,6 +36,10 @@ public:
     int step() const { return m_step; }
     bool reduceMotion() const { return m_reduceMotion; }
     void setReduceMotion(bool reduce) { m_reduceMotion = reduce; }
+    // Takes reduceMotion() from the desktop's preference, now and whenever it
+    // changes, as the panel's springs do; the next page change follows it.
+    // `motion` must outlive the view.
+    void followMotionPreference(const platform::MotionPreference& motion);
     // True while a page change is still fading in.
     bool animating() const { return m_fadeFrames.isActive(); }
     // One frame of the fade, as the frame timer delivers it: the new page's

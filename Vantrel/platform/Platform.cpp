@@ -1,6 +1,6 @@
 #include "Vantrel/platform/Platform.h"
 
-#include "Vantrel/platform/GnomeMotionPreference.h"
+#include "Vantrel/platform/DesktopMotionPreference.h"
 #include "Vantrel/platform/PortalHotKey.h"
 #include "Vantrel/platform/SessionSignals.h"
 #include "Vantrel/platform/WaylandHotKey.h"
@@ -89,7 +89,7 @@ bool useLayerShell(PlatformServices& services) {
 
 PlatformServices makePlatformServices(const QSettings& settings) {
     PlatformServices services = nullPlatformServices();
-    services.motion = std::make_unique<GnomeMotionPreference>();
+    services.motion = std::make_unique<DesktopMotionPreference>();
 
     QString problem;
     if (auto notch = ConfiguredScreenNotch::parse(settings.value("notchGeometry").toString(), &problem)) {

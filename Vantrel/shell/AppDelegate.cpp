@@ -278,11 +278,8 @@ void AppDelegate::showOnboarding() {
                                                   [this](bool open) { finishOnboarding(open); });
     m_onboarding->view()->setShortcutText(shortcutOnboardingLine(shortcutCase()));
     // The same preference the panel's springs follow.
-    const platform::MotionPreference& motion = m_controller->motionPreference();
-    m_onboarding->view()->setReduceMotion(motion.reduceMotion());
+    m_onboarding->view()->followMotionPreference(m_controller->motionPreference());
     m_onboarding->view()->launchAtLoginBox()->setChecked(m_autostart.enabled());
-    connect(&motion, &platform::MotionPreference::changed, m_onboarding,
-            [this, &motion] { m_onboarding->view()->setReduceMotion(motion.reduceMotion()); });
     connect(m_onboarding, &OnboardingWindowController::quitRequested, this, &AppDelegate::quit);
     m_onboarding->showAndActivate();
 }

@@ -9,6 +9,7 @@
 #include <QPainter>
 #include <QPainterPath>
 
+#include <algorithm>
 #include <cmath>
 
 namespace vantrel {
@@ -28,6 +29,7 @@ constexpr int cloudCount = 3;
 constexpr double cloudFirstX = 130;
 constexpr double cloudHighTop = 15; // even clouds
 constexpr double cloudLowTop = 29;  // odd clouds
+constexpr double cloudWidth = 29;
 constexpr double cloudWrap = 561;   // three spacings: the clouds' cycle
 constexpr double cloudDrift = 0.13; // of the ground's speed
 constexpr double dustPeriod = 12;   // the dust puff repeats every this far
@@ -46,33 +48,65 @@ QPen flatPen(const QColor& color, double width) {
     return pen;
 }
 
+// One cloud: a 29 x 6 stepped outline one point thick whose left end is at x0,
+// filled as the rectangles its stroke covers (flat ends, square corners). The
+// rectangles only touch, so no corner is painted twice.
+void fillCloud(QPainter& painter, double x0, double top, const QColor& color) {
+    const QPointF points[] = {
+        {x0, top + 6},  {x0 + 6, top + 6},  {x0 + 6, top + 3},  {x0 + 11, top + 3}, {x0 + 11, top},
+        {x0 + 18, top}, {x0 + 18, top + 3}, {x0 + 23, top + 3}, {x0 + 23, top + 6}, {x0 + 29, top + 6},
+    };
+    constexpr int last = std::size(points) - 1;
+    for (int i = 0; i < last; ++i) {
+        const QPointF a = points[i];
+        const QPointF b = points[i + 1];
+        if (a.y() == b.y()) {
+            // Horizontal runs reach half a point past each corner to fill it...
+            const double left = std::min(a.x(), b.x()) - (i > 0 ? 0.5 : 0);
+            const double right = std::max(a.x(), b.x()) + (i + 1 < last ? 0.5 : 0);
+            painter.fillRect(QRectF(left, a.y() - 0.5, right - left, 1), color);
+        } else {
+            // ...and vertical ones stop where those begin.
+            const double y0 = std::min(a.y(), b.y()) + 0.5;
+            painter.fillRect(QRectF(a.x() - 0.5, y0, 1, std::abs(b.y() - a.y()) - 1), color);
+        }
+    }
+}
+
+// The landscape is antialiased (the sprites stay crisp): at a scale that is not
+// whole, a one-point line covers parts of two pixel rows, and drawn aliased it
+// becomes two full rows, twice as bright. Everything here is a rectangle filled
+// on its own: Qt rasterises an antialiased rectangle directly, several times
+// faster than an antialiased stroke or path of the same shape, and a one-point
+// stroke of these straight runs covers exactly these rectangles.
 void drawLandscape(QPainter& painter, double distance, double groundY) {
-    // The ground: a one-point line on groundY + 0.5, filled as the rectangle it covers.
-    // Qt strokes an antialiased line pixel by pixel and hands so many spans to its
-    // worker threads that the handover cost more than drawing the rest of the frame.
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing, true);
+
+    // The ground: a one-point line on groundY + 0.5.
     painter.fillRect(QRectF(0, groundY, RunwayPainter::worldWidth, 1), ViewPalette::white(0.24));
 
     const QColor speck = ViewPalette::white(0.2);
     const double speckShift = std::fmod(distance, speckSpacing);
     for (int i = 0; i < speckCount; ++i) {
         const double x = i * speckSpacing - speckShift;
+        if (x >= RunwayPainter::worldWidth) {
+            break;
+        }
         const double y = groundY + (i % 2 == 0 ? speckNearDepth : speckFarDepth);
         const double width = i % 3 == 0 ? speckLongWidth : speckShortWidth;
         painter.fillRect(QRectF(x, y, width, 1), speck);
     }
 
-    painter.setPen(flatPen(ViewPalette::white(0.1), 1));
+    const QColor cloud = ViewPalette::white(0.1);
     const double cloudShift = std::fmod(distance * cloudDrift, cloudWrap);
     for (int i = 0; i < cloudCount; ++i) {
         const double x0 = i * cloudSpacing + cloudFirstX - cloudShift;
-        const double top = i % 2 == 0 ? cloudHighTop : cloudLowTop;
-        // A 29 x 6 stepped outline.
-        const QPointF points[] = {
-            {x0, top + 6},  {x0 + 6, top + 6},  {x0 + 6, top + 3},  {x0 + 11, top + 3}, {x0 + 11, top},
-            {x0 + 18, top}, {x0 + 18, top + 3}, {x0 + 23, top + 3}, {x0 + 23, top + 6}, {x0 + 29, top + 6},
-        };
-        painter.drawPolyline(points, std::size(points));
+        if (x0 + cloudWidth > 0 && x0 < RunwayPainter::worldWidth) {
+            fillCloud(painter, x0, i % 2 == 0 ? cloudHighTop : cloudLowTop, cloud);
+        }
     }
+    painter.restore();
 }
 
 // One cactus `h` high whose left arm starts at `x`: a 4-wide trunk and two

@@ -379,4 +379,160 @@ TEST_P(RunwayViewTest, AShownRunCarriesItsBannersAndPhase) {
     EXPECT_EQ(m_actions, 0);
 }
 
+// The larger playfield: 560 x 140 points, 560 / 440 view points to the world point.
+constexpr QSize roomySize(560, 140);
+constexpr double roomyScale = 560.0 / 440.0;
+
+// Alpha (0 to 1) of the device pixels in column `px` from row `top` to `bottom`.
+std::vector<double> columnAlphas(const QImage& image, int px, int top, int bottom) {
+    std::vector<double> alphas;
+    for (int py = top; py <= bottom; ++py) {
+        alphas.push_back(image.pixelColor(px, py).alphaF());
+    }
+    return alphas;
+}
+
+// Where runs of lit pixels start along device row `py`, in world points for `pointsPerWorld` device pixels.
+std::vector<double> runStarts(const QImage& image, int py, double pointsPerWorld) {
+    std::vector<double> starts;
+    bool inRun = false;
+    for (int px = 0; px < image.width(); ++px) {
+        const bool lit = image.pixelColor(px, py).alpha() > 0;
+        if (lit && !inRun) {
+            starts.push_back(px / pointsPerWorld);
+        }
+        inRun = lit;
+    }
+    return starts;
+}
+
+TEST_P(RunwayViewTest, RoomyGroundLineIsOneSoftLineOfTheGroundsBrightness) {
+    const QImage image = shoot({.distance = 0}, roomySize);
+    const double k = roomyScale * dpr(); // device pixels per world point
+    // The line covers world y 100 to 101: device rows from 100k to 101k, partly at each end.
+    const int top = static_cast<int>(std::floor(99 * k));
+    const int bottom = static_cast<int>(std::ceil(102 * k));
+    for (const double x : {150.0, 300.0, 439.0}) {
+        const int px = static_cast<int>(x * k);
+        const std::vector<double> alphas = columnAlphas(image, px, top, bottom);
+        double sum = 0;
+        int lit = 0, firstLit = -1, lastLit = -1;
+        for (int i = 0; i < static_cast<int>(alphas.size()); ++i) {
+            EXPECT_LE(alphas[i], 0.24 + 0.01)
+                << "x " << x << " row " << top + i << ": never brighter than 0.24";
+            sum += alphas[i];
+            if (alphas[i] > 0.005) {
+                ++lit;
+                lastLit = i;
+                firstLit = firstLit < 0 ? i : firstLit;
+            }
+        }
+        // One line: its rows touch, and together they carry one world point of 0.24 white.
+        EXPECT_EQ(lastLit - firstLit + 1, lit) << x;
+        EXPECT_LE(lit, static_cast<int>(std::ceil(k)) + 1) << x;
+        EXPECT_NEAR(sum / k, 0.24, 0.02) << "x " << x << ": the line's weight in world points";
+        EXPECT_NEAR(top + firstLit, std::floor(100 * k), 1) << x;
+    }
+}
+
+TEST_P(RunwayViewTest, RoomyCloudEdgesAreSoftAndCornersNotDoubled) {
+    const QImage image = shoot({.distance = 0}, roomySize);
+    const double k = roomyScale * dpr();
+    // Cloud 0 at x 130, top 15 (world points), 29 x 6.
+    const QRectF cloud(125 * roomyScale, 10 * roomyScale, 40 * roomyScale, 16 * roomyScale);
+    const int full = qRound(0.1 * 255);
+    const int soft =
+        probe::count(image, cloud, [&](const QColor& c) { return c.alpha() > 0 && c.alpha() < full - 1; });
+    const int lit = probe::count(image, cloud, [](const QColor& c) { return c.alpha() > 0; });
+    EXPECT_GT(lit, 40 * k);
+    EXPECT_GT(soft, 10 * k) << "edges between pixels blend in";
+    EXPECT_EQ(probe::count(image, cloud, [&](const QColor& c) { return c.alpha() > full + 1; }), 0)
+        << "no part of the outline is painted twice";
+}
+
+TEST_P(RunwayViewTest, CloudsSitDriftAndWrapAtOpacity01) {
+    // At distance 0: cloud 0 at x 130, top 15; cloud 1 at 317, top 29; cloud 2 (504) is off the world.
+    const QImage start = shoot({.distance = 0});
+    const QRectF first = probe::litBounds(start, QRectF(100, 0, 120, 50), 0);
+    EXPECT_NEAR(first.left(), 130, 0.5);
+    EXPECT_NEAR(first.right(), 159, 0.5);
+    EXPECT_NEAR(first.top(), 14.5, 0.5);
+    EXPECT_NEAR(first.bottom(), 21.5, 0.5);
+    const QRectF second = probe::litBounds(start, QRectF(300, 0, 140, 50), 0);
+    EXPECT_NEAR(second.left(), 317, 0.5);
+    EXPECT_NEAR(second.top(), 28.5, 0.5);
+    EXPECT_TRUE(probe::litBounds(start, QRectF(0, 0, 120, 50), 0).isEmpty());
+
+    // One world point of white at 0.1 across the top run (x0 + 11 to x0 + 18, on y 15).
+    double sum = 0;
+    const int px = static_cast<int>(144 * dpr());
+    for (const double a :
+         columnAlphas(start, px, static_cast<int>(10 * dpr()), static_cast<int>(20 * dpr()))) {
+        EXPECT_LE(a, 0.1 + 0.01);
+        sum += a;
+    }
+    EXPECT_NEAR(sum / dpr(), 0.1, 0.01);
+
+    // They drift at 0.13 of the ground's speed: 1000 points on, they have moved 130.
+    const QImage later = shoot({.distance = 1000});
+    EXPECT_NEAR(probe::litBounds(later, QRectF(0, 0, 100, 50), 0).left(), 0, 0.5);
+    EXPECT_NEAR(probe::litBounds(later, QRectF(150, 0, 120, 50), 0).left(), 187, 0.5);
+    const QRectF third = probe::litBounds(later, QRectF(330, 0, 110, 50), 0);
+    EXPECT_NEAR(third.left(), 374, 0.5);
+    EXPECT_NEAR(third.top(), 14.5, 0.5); // even clouds fly high
+
+    // And wrap every 561 points of their own travel.
+    const QImage a = shoot({.distance = 500});
+    const QImage b = shoot({.distance = 500 + 561 / 0.13});
+    const QRect sky(0, 0, a.width(), static_cast<int>(50 * dpr()));
+    int differing = 0;
+    for (int y = sky.top(); y <= sky.bottom(); ++y) {
+        for (int x = sky.left(); x <= sky.right(); ++x) {
+            differing += std::abs(a.pixelColor(x, y).alpha() - b.pixelColor(x, y).alpha()) > 1 ? 1 : 0;
+        }
+    }
+    EXPECT_EQ(differing, 0);
+    EXPECT_GT(probe::count(a, QRectF(0, 0, 440, 50), [](const QColor& c) { return c.alpha() > 0; }), 0);
+}
+
+TEST_P(RunwayViewTest, GroundSpecksRepeatEvery273Points) {
+    // Specks i = 0 ... 16 fall inside the world: even ones 5 below the ground, odd ones 8.
+    const QImage image = shoot({.distance = 0});
+    const std::vector<double> near = runStarts(image, static_cast<int>((groundY + 5.5) * dpr()), dpr());
+    const std::vector<double> far = runStarts(image, static_cast<int>((groundY + 8.5) * dpr()), dpr());
+    ASSERT_EQ(near.size(), 9u);
+    ASSERT_EQ(far.size(), 8u);
+    for (size_t j = 0; j < near.size(); ++j) {
+        EXPECT_NEAR(near[j], 2 * j * 27.3, 1) << "even speck " << 2 * j;
+    }
+    for (size_t j = 0; j < far.size(); ++j) {
+        EXPECT_NEAR(far[j], (2 * j + 1) * 27.3, 1) << "odd speck " << 2 * j + 1;
+    }
+    // Every third is 4 points long (i = 3: 81.9 to 85.9), the others 1.5; all at 0.2.
+    EXPECT_NEAR(probe::at(image, 84, groundY + 8.5).alphaF(), 0.2, 0.01);
+    EXPECT_NEAR(probe::at(image, 85.5, groundY + 8.5).alphaF(), 0.2, 0.08);
+    EXPECT_EQ(probe::alphaAt(image, 30, groundY + 8.5), 0); // i = 1 ends at 28.8
+
+    // They move with the ground: 10 points on, speck 0 has left and speck 1 is at 17.3.
+    const QImage moved = shoot({.distance = 10});
+    const std::vector<double> farMoved = runStarts(moved, static_cast<int>((groundY + 8.5) * dpr()), dpr());
+    ASSERT_FALSE(farMoved.empty());
+    EXPECT_NEAR(farMoved.front(), 17.3, 1);
+}
+
+TEST_P(RunwayViewTest, RoomyHeadlineIsLarger) {
+    const auto headlineHeight = [&](bool roomy) {
+        store().setRoomy(roomy);
+        const QImage image = shoot({.phase = RunPhase::ready, .distance = 0}, roomySize);
+        const QRectF card = m_view.cardRect();
+        // The headline is the card's only text at 0.92 white; the subtitle and the hint are dimmer.
+        return probe::litBounds(image, card, 200).height();
+    };
+    const double plain = headlineHeight(false);
+    const double roomy = headlineHeight(true);
+    ASSERT_GT(plain, 0);
+    EXPECT_NEAR(roomy / plain, 13.0 / 11.0, 0.12);
+    EXPECT_GT(roomy, plain + 1);
+}
+
 } // namespace
