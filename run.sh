@@ -6,7 +6,8 @@
 set -euo pipefail
 cd "$(dirname "$0")"
 scripts/install-deps.sh
-scripts/build.sh release
+# Only the program: the tests and benchmarks are ./test.sh's business.
+scripts/build.sh release vantrel
 
 if [[ -z "${DISPLAY:-}" && -z "${WAYLAND_DISPLAY:-}" ]]; then
   echo
