@@ -134,7 +134,9 @@ bool StatusNotifierItem::start() {
                 }
             });
     // A host announces itself to the watcher after the item may have registered.
-    m_bus.connect(QLatin1String(watcherService), QLatin1String(watcherPath), QLatin1String(watcherInterface),
+    // From any sender: naming the watcher's well-known name would make Qt look up its owner
+    // with a call that waits for the answer.
+    m_bus.connect(QString(), QLatin1String(watcherPath), QLatin1String(watcherInterface),
                   QStringLiteral("StatusNotifierHostRegistered"), this, SLOT(hostRegistered()));
     // A watcher that was there before the program: registering is the question
     // whether one is there (an error answer when not).
@@ -146,9 +148,8 @@ void StatusNotifierItem::stop() {
     if (m_watcher) {
         delete m_watcher;
         m_watcher = nullptr;
-        m_bus.disconnect(QLatin1String(watcherService), QLatin1String(watcherPath),
-                         QLatin1String(watcherInterface), QStringLiteral("StatusNotifierHostRegistered"),
-                         this, SLOT(hostRegistered()));
+        m_bus.disconnect(QString(), QLatin1String(watcherPath), QLatin1String(watcherInterface),
+                         QStringLiteral("StatusNotifierHostRegistered"), this, SLOT(hostRegistered()));
     }
     if (m_exported) {
         m_bus.unregisterObject(QLatin1String(itemPath));
