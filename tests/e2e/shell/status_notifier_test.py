@@ -2,7 +2,8 @@
 start, then a StatusNotifierWatcher with its host comes on the session bus. The item
 registers with it at once, no "no tray" notice is shown, and the host's calls work:
 Activate toggles the playfield, ContextMenu opens the options menu (at the tray when
-the playfield is shut, under its options button when it is open).
+the playfield is shut, under its options button when it is open). With an XEmbed
+tray as well, the icon is shown once: by the host while there is one.
 
 The watcher is the stand-in in ../wayland/sni_watcher.py (no panel that hosts items
 runs headless on X11 here); the host's reading and calls are sni_host.py."""
@@ -18,7 +19,7 @@ import time
 HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, ".."))
 sys.path.insert(0, HERE)
-from desktop import Desktop, run_checks_then_stop, skip  # noqa: E402
+from desktop import Desktop, run_checks_then_stop, skip, worst  # noqa: E402
 from shell_test import CX, EXPANDED, HEIGHT, WIDTH, popup_menus  # noqa: E402
 
 SYSTEM_PYTHON = "/usr/bin/python3"  # Debian's, which has the D-Bus bindings
@@ -53,8 +54,6 @@ def host(d, *args):
 
 
 def late_watcher(program):
-    if subprocess.run([SYSTEM_PYTHON, "-c", "import dbus, gi"], capture_output=True).returncode != 0:
-        skip("the stand-in watcher needs %s with python3-dbus and python3-gi" % SYSTEM_PYTHON)
     with Desktop(program, WIDTH, HEIGHT, session_bus=True) as d:
         d.env["VANTREL_TRAY_WAIT_SECONDS"] = str(TRAY_WAIT)
         d.start_vantrel()
@@ -137,9 +136,46 @@ def late_watcher(program):
         ])
 
 
+def both_kinds_of_tray(program):
+    """An XEmbed tray first, then a StatusNotifier host as well (a panel with both kinds of
+    tray, or a proxy that turns XEmbed icons into items): one icon at a time, never two."""
+    with Desktop(program, WIDTH, HEIGHT, session_bus=True) as d:
+        d.start_tray()
+        d.start_vantrel()
+        watcher = []
+
+        def the_item_takes_over_from_the_xembed_icon():
+            d.wait_for(lambda: d.tray_icon() is not None, 10, "no icon embedded in the XEmbed tray")
+            proc = d._spawn([SYSTEM_PYTHON, WATCHER, "--announce"], stdout=subprocess.PIPE)
+            watcher.append(proc)
+            lines = Lines(proc.stdout)
+            assert lines.next_starting("ready", 10) is not None, "the stand-in watcher did not start"
+            assert lines.next_starting("registered ", 1.0), "no item registered within 1 s"
+            d.wait_for(lambda: d.tray_icon() is None, 3, "the XEmbed icon stayed beside the item")
+            d.hold(lambda: d.tray_icon() is None, 1.0, "the XEmbed icon came back beside the item")
+
+        def the_xembed_icon_comes_back_when_the_host_goes():
+            assert watcher, "no watcher"
+            watcher[0].terminate()
+            watcher[0].wait(5)
+            d.wait_for(lambda: d.tray_icon() is not None, 5, "no icon in the XEmbed tray after the host left")
+            assert "vantrel: tray StatusNotifier watcher gone" in d.stderr_text(), d.log_tail()
+
+        return run_checks_then_stop(d, [
+            ("with an XEmbed tray, a StatusNotifier host that comes shows the only icon",
+             the_item_takes_over_from_the_xembed_icon),
+            ("when the host goes, the icon is back in the XEmbed tray", the_xembed_icon_comes_back_when_the_host_goes),
+        ])
+
+
 def main(program):
-    print("--- late watcher", flush=True)
-    return late_watcher(program)
+    if subprocess.run([SYSTEM_PYTHON, "-c", "import dbus, gi"], capture_output=True).returncode != 0:
+        skip("the stand-in watcher needs %s with python3-dbus and python3-gi" % SYSTEM_PYTHON)
+    status = 0
+    for part in (late_watcher, both_kinds_of_tray):
+        print("--- %s" % part.__name__.replace("_", " "), flush=True)
+        status = worst(status, part(program))
+    return status
 
 
 if __name__ == "__main__":
