@@ -16,10 +16,13 @@
 #include "Vantrel/shell/ShortcutInstructions.h"
 #include "Vantrel/shell/ShortcutSetup.h"
 #include "Vantrel/shell/StatusIcon.h"
+#include "Vantrel/shell/StatusNotifierItem.h"
 #include "Vantrel/update/VeltUpdateManager.h"
 
 #include <QApplication>
 #include <QCheckBox>
+#include <QCursor>
+#include <QDBusConnection>
 #include <QGuiApplication>
 #include <QMenu>
 #include <QMessageBox>
@@ -100,12 +103,37 @@ AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* pa
     });
     m_tray = new QSystemTrayIcon(StatusIcon::make(), this);
     m_tray->setToolTip(trayToolTip());
-    m_tray->setContextMenu(m_menu.get());
+    // Where Qt gave the icon to a StatusNotifier host, the host draws the menu from
+    // Qt's export. Elsewhere the program opens the menu itself on a right click, so
+    // that it can open inside the playfield while the playfield is open.
+    m_qtTrayIsItem = StatusNotifierItem::qtTrayIsStatusNotifier();
+    if (m_qtTrayIsItem) {
+        m_tray->setContextMenu(m_menu.get());
+    }
     connect(m_tray, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::Trigger) {
             m_controller->toggle();
+        } else if (reason == QSystemTrayIcon::Context && !m_qtTrayIsItem) {
+            showTrayMenu(QCursor::pos());
         }
     });
+    if (!m_qtTrayIsItem) {
+        // Qt looked for a StatusNotifier host once, at the line above; a panel that
+        // starts later gets this item instead.
+        QList<QImage> sizes;
+        for (int size : {16, 22, 24, 32, 48, 64}) {
+            sizes.append(StatusIcon::render(size));
+        }
+        m_item = new StatusNotifierItem(
+            QString::fromUtf8(BuildInfo::appId.data(), static_cast<qsizetype>(BuildInfo::appId.size())),
+            QStringLiteral("Vantrel"), trayToolTip(), StatusNotifierItem::pixmapsFrom(sizes),
+            QDBusConnection::sessionBus(), this);
+        connect(m_item, &StatusNotifierItem::activated, this, [this] { m_controller->toggle(); });
+        connect(m_item, &StatusNotifierItem::contextMenuRequested, this,
+                [this](QPoint at) { showTrayMenu(at.isNull() ? QCursor::pos() : at); });
+        connect(m_item, &StatusNotifierItem::trayChanged, this, &AppDelegate::statusItemChanged);
+        m_item->start();
+    }
     // Shown even without a tray: Qt embeds it when a tray appears later.
     m_tray->show();
 
@@ -148,7 +176,7 @@ AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* pa
     m_trayWait->setSingleShot(true);
     m_trayWait->setInterval(std::max(options.trayWaitSeconds, 0) * 1000);
     connect(m_trayWait, &QTimer::timeout, this, &AppDelegate::checkTray);
-    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+    if (!trayAvailable()) {
         m_trayWait->start();
     }
 
@@ -228,11 +256,48 @@ void AppDelegate::shutdown() {
     m_trayWait->stop();
     m_shortcut->unregisterHotKey();
     m_controller->shutdown();
+    if (m_item) {
+        m_item->stop();
+    }
     m_tray->hide();
 }
 
+bool AppDelegate::trayAvailable() const {
+    // Qt's own item: it found a host at start (asking Qt again would wait on the bus).
+    return m_qtTrayIsItem || (m_item && m_item->isRegistered()) || QSystemTrayIcon::isSystemTrayAvailable();
+}
+
+void AppDelegate::statusItemChanged() {
+    if (m_shutDown) {
+        return;
+    }
+    // One icon: where a panel draws the item, an XEmbed icon would be a second one
+    // (panels with both kinds of tray, and proxies that turn XEmbed icons into items).
+    m_tray->setVisible(!m_item->hostPresent());
+    if (m_verbose) {
+        QTextStream(stderr) << "vantrel: tray "
+                            << (m_item->hostPresent()    ? "shown by a StatusNotifier host"
+                                : m_item->isRegistered() ? "registered with a StatusNotifier watcher"
+                                                         : "StatusNotifier watcher gone")
+                            << Qt::endl;
+    }
+}
+
+void AppDelegate::showTrayMenu(QPoint at) {
+    // While the playfield is open the menu belongs to it, where its options button opens it,
+    // rather than at a tray across the screen. Opening it pauses the run either way.
+    if (store().expanded()) {
+        auto* button = m_controller->panel().findChild<QWidget*>(QStringLiteral("optionsButton"));
+        if (button && button->isVisible()) {
+            showOptions(button->mapToGlobal(QPoint(0, button->height())));
+            return;
+        }
+    }
+    m_menu->popup(at);
+}
+
 void AppDelegate::checkTray() {
-    if (QSystemTrayIcon::isSystemTrayAvailable()) {
+    if (trayAvailable()) {
         return;
     }
     DesktopNotice::show(

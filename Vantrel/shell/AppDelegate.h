@@ -26,6 +26,7 @@ class GlobalShortcut;
 class NotchPanelController;
 class OnboardingWindowController;
 class ShortcutSetup;
+class StatusNotifierItem;
 class VeltUpdateManager;
 
 // The application shell: creates the panel controller, the tray icon with its
@@ -89,6 +90,12 @@ private:
     void finishOnboarding(bool openPlayfield);
     bool bringOnboardingForward();
     void checkTray();
+    // Some tray shows the icon: an XEmbed tray embedded it, or a StatusNotifier watcher holds it.
+    bool trayAvailable() const;
+    void statusItemChanged();
+    // A right click on the tray icon at `at`: the options menu there, or under the
+    // playfield's options button while the playfield is open.
+    void showTrayMenu(QPoint at);
     void shortcutChanged();
 
     const Clock& m_clock;
@@ -100,6 +107,10 @@ private:
     bool m_verbose = false;
     QString m_shortcutReport; // the last line --verbose printed about the shortcut
     QSystemTrayIcon* m_tray = nullptr;
+    // Qt's icon went to a StatusNotifier host found at start; else XEmbed, with m_item for a
+    // StatusNotifierWatcher that comes later.
+    bool m_qtTrayIsItem = false;
+    StatusNotifierItem* m_item = nullptr;
     // Parentless (a QWidget cannot have the delegate as parent), so owned here.
     std::unique_ptr<QMenu> m_menu;
     Autostart m_autostart;

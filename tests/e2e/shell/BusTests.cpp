@@ -7,11 +7,13 @@
 #include "Vantrel/platform/GnomeMotionPreference.h"
 #include "Vantrel/platform/SessionSignals.h"
 #include "Vantrel/shell/DesktopNotice.h"
+#include "Vantrel/shell/StatusNotifierItem.h"
 #include "Vantrel/update/QtUpdateDialogs.h"
 
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusPendingCall>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFileInfo>
@@ -36,6 +38,7 @@ namespace {
 const QString notifications = QStringLiteral("org.freedesktop.Notifications");
 const QString fileManager = QStringLiteral("org.freedesktop.FileManager1");
 const QString dconf = QStringLiteral("ca.desrt.dconf");
+const QString sniWatcher = QStringLiteral("org.kde.StatusNotifierWatcher");
 
 // Hung: owned by a process that never answers. Stalled: its program never takes the name.
 std::unique_ptr<test::PrivateBus> hungBus;
@@ -334,6 +337,30 @@ TEST(BusCalls, SleepIsHeardOnlyFromLogindWhenItComesLater) {
     sleepSignalsOnlyFromLogind(false);
 }
 
+TEST(BusCalls, StatusNotifierItemOnAHungWatcherNeverStopsTheEventLoop) {
+    if (!hungBus || hungBus->address().isEmpty()) {
+        GTEST_SKIP() << "no hung service here (dbus-daemon, /usr/bin/python3 with python3-gi)";
+    }
+    const QDBusConnection connection = QDBusConnection::connectToBus(hungBus->address(), "hung-watcher");
+    // The item never starts a watcher itself; a call that may start it brings the silent one up.
+    QDBusMessage wake = QDBusMessage::createMethodCall(sniWatcher, "/StatusNotifierWatcher",
+                                                       "org.kde.StatusNotifierWatcher", "Wake");
+    connection.asyncCall(wake, 100);
+    runLoopUntil([] { return hungBus->started(sniWatcher); }, 10000);
+    ASSERT_TRUE(hungBus->started(sniWatcher)) << "the silent watcher did not start";
+
+    QElapsedTimer clock;
+    clock.start();
+    StatusNotifierItem item("org.vantrel.Test", "Vantrel", "tip", {}, connection);
+    ASSERT_TRUE(item.start());
+    EXPECT_LT(clock.elapsed(), 100) << "starting the item waited on the bus";
+    // The registration call goes unanswered until its own timeout; the loop runs all along.
+    const qint64 longest = runLoopUntil([] { return false; }, 3000);
+    EXPECT_LT(longest, 100) << "the event loop stood still for " << longest << " ms";
+    EXPECT_FALSE(item.isRegistered());
+    item.stop();
+}
+
 int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM",
             qgetenv("QT_QPA_PLATFORM").isEmpty() ? "offscreen" : qgetenv("QT_QPA_PLATFORM"));
@@ -346,8 +373,8 @@ int main(int argc, char** argv) {
     if (!listing) {
         const QStringList none;
         if (silentServiceRuns()) {
-            hungBus =
-                std::make_unique<test::PrivateBus>(QStringList{notifications}, none, VANTREL_SILENT_SERVICE);
+            hungBus = std::make_unique<test::PrivateBus>(QStringList{notifications, sniWatcher}, none,
+                                                         VANTREL_SILENT_SERVICE);
         } else {
             std::fprintf(stderr, "note: /usr/bin/python3 with python3-gi missing: no hung service here\n");
         }

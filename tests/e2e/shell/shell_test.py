@@ -262,6 +262,36 @@ def with_tray(program):
             d.wait_for(lambda: not popup_menus(d), 3, "Escape did not close the menu")
             escape_closes(d)
 
+        def right_click_while_open_pauses_and_opens_menu_in_playfield():
+            shut(d)
+            rc, _, err = launch_again(d, "--demo")  # the autopilot keeps a run going
+            assert rc == 0, err
+            d.wait_geometry(lambda g: g == EXPANDED, 3.0, "--demo did not open the playfield")
+            x0 = EXPANDED[0]
+            field = (x0 + 20, 10, 340, 130)  # the playfield left of where the menu opens
+            first = d.screenshot_raw(*field)
+            d.wait_for(lambda: d.screenshot_raw(*field) != first, 3, "the autopilot's run does not move")
+            open_menu(d)
+            menus = popup_menus(d)
+            assert len(menus) == 1, "expected one menu, found %s" % menus
+            _, (x, y, w, h) = menus[0]
+            # Where the options button opens it (x 383-399, y 146-174 of the playfield), not at the tray.
+            assert x0 + 375 <= x <= x0 + 400 and 165 <= y <= 185, "menu at %s, not under the options button" % (
+                (x, y, w, h),)
+            assert d.panel_geometry() == EXPANDED, "the right click closed the playfield"
+            looks = [d.screenshot_raw(*field)]
+
+            def settled():
+                looks.append(d.screenshot_raw(*field))
+                return looks[-1] == looks[-2]
+
+            d.wait_for(settled, 2, "the run goes on behind the menu")
+            # Staying still for half a second is the check: a running game draws every 1/60 s.
+            d.hold(lambda: d.screenshot_raw(*field) == looks[-1], 0.5, "the run goes on behind the menu")
+            d.key("Escape")
+            d.wait_for(lambda: not popup_menus(d), 3, "Escape did not close the menu")
+            escape_closes(d)
+
         def sigterm_keeps_best_score():
             shut(d)
             before = int(d.read_settings().get("bestScore", "0"))
@@ -279,7 +309,8 @@ def with_tray(program):
         return run_checks([
             ("the tray icon appears in the tray", icon_appears),
             ("a left click on the icon opens the playfield, a second one closes it", left_click_toggles),
-            ("a right click on the icon opens the options menu", right_click_opens_menu),
+            ("a right click on the icon with the playfield shut opens the options menu at the tray",
+             right_click_opens_menu),
             ("Sound switches the sound setting on and off", sound_toggles),
             ("Larger Playfield grows the open playfield to 600 wide and back", larger_playfield_while_expanded),
             ("Hover to Peek switches peeking off and on", hover_to_peek_toggles),
@@ -287,6 +318,8 @@ def with_tray(program):
              launch_at_login_writes_and_removes_the_autostart_entry),
             ("a second launch opens the playfield, --toggle closes it", second_launch_opens_and_toggle_closes),
             ("the options button opens the menu below it", options_button_opens_menu_below_it),
+            ("a right click on the icon while the playfield is open pauses the run and opens the menu "
+             "under the options button", right_click_while_open_pauses_and_opens_menu_in_playfield),
             ("SIGTERM during a run keeps the best score", sigterm_keeps_best_score),
         ])
 

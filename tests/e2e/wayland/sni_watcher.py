@@ -1,6 +1,10 @@
 """A stand-in tray for sessions that have none: org.kde.StatusNotifierWatcher on
 the session bus, with a host registered, as a panel's tray would offer it. It
-accepts items and lists them; it draws nothing. Prints "ready" once it owns the name."""
+accepts items and lists them; it draws nothing. Prints "ready" once it owns the name;
+with --announce, also "registered SERVICE" for each item a program registers, and
+"gone SERVICE" when that program leaves the bus (as a watcher drops its items)."""
+
+import sys
 
 import dbus
 import dbus.service
@@ -16,6 +20,7 @@ INTROSPECTION = """<node>
     <property name="IsStatusNotifierHostRegistered" type="b" access="read"/>
     <property name="ProtocolVersion" type="i" access="read"/>
     <signal name="StatusNotifierItemRegistered"><arg type="s"/></signal>
+    <signal name="StatusNotifierItemUnregistered"><arg type="s"/></signal>
     <signal name="StatusNotifierHostRegistered"/>
   </interface>
   <interface name="org.freedesktop.DBus.Properties">
@@ -29,9 +34,21 @@ INTROSPECTION = """<node>
 
 
 class Watcher(dbus.service.Object):
-    def __init__(self, bus):
+    def __init__(self, bus, announce=False):
         super().__init__(bus, "/StatusNotifierWatcher")
+        self.bus = bus
         self.items = []
+        self.announce = announce
+        bus.add_signal_receiver(self._owner_changed, signal_name="NameOwnerChanged",
+                                dbus_interface="org.freedesktop.DBus", path="/org/freedesktop/DBus")
+
+    def _owner_changed(self, name, old, new):
+        gone = [item for item in self.items if not new and item.split("/")[0] == name]
+        for item in gone:
+            self.items.remove(item)
+            self.StatusNotifierItemUnregistered(item)
+            if self.announce:
+                print("gone " + item, flush=True)
 
     @dbus.service.method(WATCHER, in_signature="s", sender_keyword="sender")
     def RegisterStatusNotifierItem(self, service, sender=None):
@@ -40,6 +57,8 @@ class Watcher(dbus.service.Object):
         if item not in self.items:
             self.items.append(item)
             self.StatusNotifierItemRegistered(item)
+        if self.announce:
+            print("registered " + item, flush=True)
 
     @dbus.service.method(WATCHER, in_signature="s")
     def RegisterStatusNotifierHost(self, service):
@@ -47,6 +66,10 @@ class Watcher(dbus.service.Object):
 
     @dbus.service.signal(WATCHER, signature="s")
     def StatusNotifierItemRegistered(self, service):
+        pass
+
+    @dbus.service.signal(WATCHER, signature="s")
+    def StatusNotifierItemUnregistered(self, service):
         pass
 
     @dbus.service.signal(WATCHER, signature="")
@@ -72,8 +95,11 @@ class Watcher(dbus.service.Object):
 def main():
     DBusGMainLoop(set_as_default=True)
     bus = dbus.SessionBus()
-    watcher = Watcher(bus)
+    watcher = Watcher(bus, announce="--announce" in sys.argv[1:])
     name = dbus.service.BusName(WATCHER, bus)
+    # Its host is there from the start: said once the name is taken, as a watcher
+    # says it when a panel's host registers.
+    watcher.StatusNotifierHostRegistered()
     print("ready", flush=True)
     GLib.MainLoop().run()
     del watcher, name
