@@ -1,9 +1,11 @@
-"""Starting in states a user may leave behind: a settings file full of random bytes is moved
-aside whole, a clean one takes its place and the user is told once; `--demo` with a fresh
-settings file plays at once, and the welcome window waits for the next ordinary start."""
+"""Starting in states a user may leave behind: a settings file full of random bytes (or a
+binary, or a directory) is moved aside whole, a clean one takes its place and the user is told
+once; empty and read-only files stay. `--demo` with a fresh settings file plays at once, and the
+welcome window waits for the next ordinary start."""
 
 import os
 import random
+import shutil
 import sys
 import time
 
@@ -59,12 +61,55 @@ def random_settings(program):
             assert not os.path.exists(rescued + "-2"), "a clean file was moved aside"
             stop(d)
 
+        def close_notices():
+            d.run("xdotool", "search", "--name", NOTICE, "windowclose", check=False)
+
+        def other_leftovers_start_too():
+            # Each in turn where the settings file belongs: the program starts (it says it is ready,
+            # which start_vantrel waits for), and what was there is kept whole.
+            shutil.rmtree(d.settings, ignore_errors=True)
+            if os.path.exists(d.settings):
+                os.remove(d.settings)
+            os.makedirs(os.path.join(d.settings, "inner"))
+            with open(os.path.join(d.settings, "inner", "notes.txt"), "w") as f:
+                f.write("keep me")
+            d.start_vantrel()
+            with open(os.path.join(rescued + "-2", "inner", "notes.txt")) as f:
+                assert f.read() == "keep me", "the directory's contents were not kept"
+            assert os.path.isfile(d.settings), "no clean file in the directory's place"
+            close_notices()
+            stop(d)
+
+            binary = shutil.which("true") or sys.executable
+            shutil.copyfile(binary, d.settings)
+            d.start_vantrel()
+            with open(binary, "rb") as a, open(rescued + "-3", "rb") as b:
+                assert a.read() == b.read(), "the rescued binary differs from the original"
+            close_notices()
+            stop(d)
+
+            for kept in (b"", b"[General]\nhasCompletedOnboarding=true\nbestScore=77\n"):
+                os.chmod(d.settings, 0o644)
+                with open(d.settings, "wb") as f:
+                    f.write(kept)
+                os.chmod(d.settings, 0o444)
+                d.start_vantrel()
+                assert not os.path.exists(rescued + "-4"), "%r was moved aside" % kept
+                if kept:
+                    assert int(d.read_settings().get("bestScore", "0")) >= 77, "the best score was lost"
+                else:
+                    with open(d.settings, "rb") as f:
+                        assert f.read() in (b"", b"[General]\nbestScore=0\n"), "the empty file changed"
+                stop(d)
+
         return run_checks([
             ("random bytes as the settings file: started, the file moved aside byte for byte",
              starts_and_moves_the_file_aside_whole),
             ("the user is told with a notice", the_user_is_told),
             ("the file written on exit holds only Vantrel's keys", the_file_written_on_exit_holds_only_our_keys),
             ("the next start tells nothing and moves nothing", told_only_once),
+            ("a directory and a binary are moved aside whole; empty and read-only files stay",
+             other_leftovers_start_too),
         ])
 
 
