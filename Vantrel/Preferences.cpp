@@ -44,6 +44,11 @@ bool holdsOurSettings(const QString& fileName) {
     if (!info.isFile()) {
         return false; // a directory, a dangling link, a device: nothing QSettings can keep
     }
+    // Ours take a few hundred bytes; anything this large is something else, and is not read whole.
+    constexpr qint64 largestSettings = 1 << 20;
+    if (info.size() > largestSettings) {
+        return false;
+    }
     QFile file(fileName);
     if (!file.open(QIODevice::ReadOnly)) {
         return true; // cannot be judged; QSettings will not write over it either

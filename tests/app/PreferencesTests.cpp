@@ -176,6 +176,17 @@ TEST(PreferencesRescue, AnEmptyOrMissingFileIsAFreshStartAndStays) {
     EXPECT_EQ(startAndSave(path, 3), QStringList{"bestScore"});
 }
 
+TEST(PreferencesRescue, AHugeFileIsNoSettingsFile) {
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    const QString path = dir.filePath("Vantrel.conf");
+    const QByteArray huge = "[General]\nbestScore=5\n" + QByteArray(2 << 20, 'x');
+    writeAll(path, huge);
+    const QString moved = Preferences::moveAsideIfUnusable(path);
+    ASSERT_EQ(moved, path + ".unreadable");
+    EXPECT_EQ(readAll(moved), huge);
+}
+
 TEST(PreferencesRescue, ADirectoryInItsPlaceIsMovedAsideWithEverythingInIt) {
     QTemporaryDir dir;
     ASSERT_TRUE(dir.isValid());

@@ -6,6 +6,7 @@ welcome window waits for the next ordinary start."""
 import os
 import random
 import shutil
+import subprocess
 import sys
 import time
 
@@ -142,12 +143,24 @@ def demo_first(program):
             assert settings.get("hasCompletedOnboarding") != "true", "the demo finished onboarding"
             d.start_vantrel()
             d.wait_for(welcome, 10, "no welcome window at the next start")
+
+        def a_later_demo_puts_the_welcome_aside():
+            if not welcome():
+                raise AssertionError("no welcome window to start from")
+            result = subprocess.run([d.program, "--settings-file", d.settings, "--demo"], env=d.env,
+                                    capture_output=True, text=True, timeout=20)
+            assert result.returncode == 0, result.stderr
+            d.wait_geometry(lambda g: g == EXPANDED, 5.0, "a second launch with --demo did not open the playfield")
+            d.wait_for(lambda: not welcome(), 3, "the welcome window stayed over the demo")
             stop(d)
+            assert d.read_settings().get("hasCompletedOnboarding") != "true", "the demo finished onboarding"
 
         return run_checks([
             ("--demo with a fresh settings file opens the playfield and the autopilot plays",
              demo_plays_without_the_welcome_window),
             ("the welcome window shows at the next ordinary start", the_welcome_waits_for_the_next_start),
+            ("--demo sent to a running Vantrel showing the welcome window plays the demo",
+             a_later_demo_puts_the_welcome_aside),
         ])
 
 
