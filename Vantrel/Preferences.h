@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
 #include <memory>
@@ -13,7 +14,8 @@ namespace vantrel {
 // through to the file at once: the program may be killed right after a run,
 // and a crash must not lose it. A stored value of the wrong type counts as
 // absent; a file QSettings cannot parse is copied aside before anything is
-// written over it.
+// written over it, and one that holds no settings of ours is moved aside before
+// the program opens it.
 class Preferences {
 public:
     // Settings keys.
@@ -48,6 +50,17 @@ public:
     // "<name>.unreadable-N") first. Returns the copy's path, or an empty
     // string when the file was fine or there is none.
     static QString keepUnreadableFile(QSettings& settings);
+
+    // Every key the program reads from the settings file, here or elsewhere.
+    static QStringList programKeys();
+    // Before anything opens `fileName`: when what is there is no settings file
+    // (binary or not UTF-8 text, text QSettings cannot parse, a directory) or
+    // holds only keys the program never reads, renames it to "<name>.unreadable"
+    // (or "<name>.unreadable-N") and puts an empty file in its place, so the
+    // program starts afresh and the user's file survives byte for byte. A
+    // missing or empty file is a fresh start and stays. Returns where the file
+    // went, or an empty string when it stayed (also when it could not be moved).
+    static QString moveAsideIfUnusable(const QString& fileName);
 
 private:
     void write(const char* key, const QVariant& value);

@@ -50,7 +50,9 @@ CommandLine parseCommandLine(int argc, char** argv) {
                        "Alt+Super+Space cannot be taken, as under Wayland."));
     QCommandLineOption demo(
         QStringLiteral("demo"),
-        QStringLiteral("Open the playfield and let the autopilot play; any game key takes over."));
+        QStringLiteral("Open the playfield and let the autopilot play; any game key takes over. "
+                       "Plays even before the welcome window has been gone through, which then "
+                       "shows at the next start."));
     QCommandLineOption settingsFile(
         QStringLiteral("settings-file"),
         QStringLiteral("Keep the best score and preferences in <path> (an INI file) "

@@ -343,6 +343,9 @@ void NotchPanelController::perform(PanelKeyAction action) {
     case PanelKeyAction::close:
         collapse(true);
         break;
+    case PanelKeyAction::quit:
+        emit quitRequested();
+        break;
     }
 }
 

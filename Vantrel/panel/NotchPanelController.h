@@ -85,6 +85,8 @@ signals:
     // The user asked for the options menu, with its top left corner at `anchor`
     // (global coordinates, just below the options button).
     void optionsRequested(QPoint anchor);
+    // The user asked to quit Vantrel from the open playfield (Ctrl+Q).
+    void quitRequested();
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -35,8 +35,15 @@ PanelKeyDecision decidePanelKey(const PanelKeyEvent& event) {
         return handled(event.autoRepeat ? PanelKeyAction::none : action);
     }
 
-    // Shortcuts with Control, Alt or Super belong to the rest of the desktop.
-    if (event.modifiers & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)) {
+    // Quit, as in the options menu and the welcome window: by the letter, as every
+    // application's Ctrl+Q is. Shift does not matter; with Alt or Super it is the desktop's.
+    const Qt::KeyboardModifiers chord =
+        event.modifiers & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier);
+    if (chord == Qt::ControlModifier && event.key == Qt::Key_Q) {
+        return handled(event.autoRepeat ? PanelKeyAction::none : PanelKeyAction::quit);
+    }
+    // Other shortcuts with Control, Alt or Super belong to the rest of the desktop.
+    if (chord) {
         return {};
     }
     if (event.key == Qt::Key_Escape) {

@@ -5,7 +5,7 @@
 namespace vantrel {
 
 // What a key does to the open playfield. Pure, so the whole table can be tested.
-enum class PanelKeyAction { none, act, releaseJump, duck, stopDucking, togglePause, freshRun, close };
+enum class PanelKeyAction { none, act, releaseJump, duck, stopDucking, togglePause, freshRun, close, quit };
 
 struct PanelKeyDecision {
     bool handled = false; // swallowed: nothing else in the application sees the key
@@ -22,7 +22,9 @@ struct PanelKeyEvent {
 };
 
 // R and P go by their position on the keyboard (platform::KeyPosition), not by
-// the letter they type, so they work with any layout.
+// the letter they type, so they work with any layout. Other shortcuts with
+// Control, Alt or Super pass through, except Control+Q: the options menu's Quit,
+// which no menu is open to catch while the playfield has the keyboard.
 PanelKeyDecision decidePanelKey(const PanelKeyEvent& event);
 
 } // namespace vantrel

@@ -3,6 +3,7 @@
 #include "Vantrel/BuildInfo.h"
 #include "Vantrel/GameStore.h"
 #include "Vantrel/Logging.h"
+#include "Vantrel/Preferences.h"
 #include "Vantrel/SettingsValue.h"
 #include "Vantrel/onboarding/OnboardingView.h"
 #include "Vantrel/onboarding/OnboardingWindowController.h"
@@ -36,6 +37,10 @@ namespace vantrel {
 
 namespace {
 
+QString settingsPath(const QString& file) {
+    return file.isEmpty() ? QSettings(QStringLiteral("Vantrel"), QStringLiteral("Vantrel")).fileName() : file;
+}
+
 std::unique_ptr<QSettings> openSettings(const QString& file) {
     return file.isEmpty() ? std::make_unique<QSettings>(QStringLiteral("Vantrel"), QStringLiteral("Vantrel"))
                           : std::make_unique<QSettings>(file, QSettings::IniFormat);
@@ -49,7 +54,9 @@ QString AppDelegate::trayToolTip() {
 }
 
 AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* parent)
-    : QObject(parent), m_clock(clock), m_settings(openSettings(options.settingsFile)),
+    : QObject(parent), m_clock(clock),
+      m_movedSettings(Preferences::moveAsideIfUnusable(settingsPath(options.settingsFile))),
+      m_settings(openSettings(options.settingsFile)),
       m_autostart(QString::fromUtf8(BuildInfo::appId.data(), static_cast<qsizetype>(BuildInfo::appId.size())),
                   QCoreApplication::applicationFilePath()) {
     QTextStream err(stderr);
@@ -70,6 +77,7 @@ AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* pa
     // 3-4. No playfield over an unfinished onboarding; the options menu from inside the playfield.
     m_controller->setAuthorizePlay([this] { return !bringOnboardingForward(); });
     connect(m_controller.get(), &NotchPanelController::optionsRequested, this, &AppDelegate::showOptions);
+    connect(m_controller.get(), &NotchPanelController::quitRequested, this, &AppDelegate::quit);
 
     // 5. The tray icon. Every command is also in its menu, because some
     // desktops open the menu on any click.
@@ -180,17 +188,45 @@ AppDelegate::AppDelegate(const Options& options, const Clock& clock, QObject* pa
         m_trayWait->start();
     }
 
+    // Told once: the file is not there to be moved the next time.
+    if (!m_movedSettings.isEmpty()) {
+        const QString file = settingsPath(options.settingsFile);
+        err << "vantrel: " << file << " held no settings Vantrel can read; moved it to " << m_movedSettings
+            << " and started with a clean file" << Qt::endl;
+        DesktopNotice::show(QStringLiteral("Vantrel started with fresh settings"),
+                            QStringLiteral("%1 did not hold Vantrel's settings, so Vantrel moved it to %2, "
+                                           "unchanged, and started with a clean settings file.")
+                                .arg(file, m_movedSettings));
+    }
+
     // The desktop session is ending: save now, the process may not get another chance.
     connect(qApp, &QGuiApplication::commitDataRequest, this, [this](QSessionManager&) { store().pause(); });
 
-    // 8. Onboarding at the first launch.
-    if (!settingsBool(m_settings->value(QLatin1String(completedOnboardingKey))).value_or(false)) {
+    // 8. Onboarding at the first launch, unless a demo was asked for.
+    switch (startWith(
+        options, settingsBool(m_settings->value(QLatin1String(completedOnboardingKey))).value_or(false))) {
+    case StartWith::onboarding:
         showOnboarding();
-    } else if (options.demo) {
+        break;
+    case StartWith::demo:
         watchAutopilot();
-    } else if (options.open) {
+        break;
+    case StartWith::playfield:
         m_controller->expand();
+        break;
+    case StartWith::nothing:
+        break;
     }
+}
+
+AppDelegate::StartWith AppDelegate::startWith(const Options& options, bool onboarded) {
+    if (options.demo) {
+        return StartWith::demo;
+    }
+    if (!onboarded) {
+        return StartWith::onboarding;
+    }
+    return options.open ? StartWith::playfield : StartWith::nothing;
 }
 
 ShortcutCase AppDelegate::shortcutCase() const {
@@ -314,6 +350,10 @@ void AppDelegate::handleRequest(const QString& request) {
     if (request == QLatin1String("toggle")) {
         m_controller->toggle();
     } else if (request == QLatin1String("demo")) {
+        // Asked for by name: the demo plays, and an unfinished welcome comes back at the next start.
+        if (m_onboarding && m_onboarding->isVisible()) {
+            m_onboarding->close();
+        }
         watchAutopilot();
     } else {
         m_controller->expand(); // a second launch opens the playfield

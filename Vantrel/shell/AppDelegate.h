@@ -46,6 +46,11 @@ public:
         int trayWaitSeconds = 10; // how long a missing tray may take to appear before the user is told
     };
 
+    // What the program shows once started. A demo plays even before onboarding is
+    // done: the welcome window waits for the next start without --demo.
+    enum class StartWith { nothing, onboarding, demo, playfield };
+    static StartWith startWith(const Options& options, bool onboarded);
+
     AppDelegate(const Options& options, const Clock& clock, QObject* parent = nullptr);
     ~AppDelegate() override;
 
@@ -99,6 +104,7 @@ private:
     void shortcutChanged();
 
     const Clock& m_clock;
+    QString m_movedSettings; // where a settings file that held no settings went, before anything read it
     std::unique_ptr<QSettings> m_settings; // the delegate's own view of the settings file
     std::unique_ptr<NotchPanelController> m_controller;
     std::unique_ptr<GlobalShortcut> m_shortcut;

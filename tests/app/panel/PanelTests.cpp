@@ -99,9 +99,24 @@ TEST(PanelKeysTest, RepeatsAreSwallowedWithoutEffectExceptEscape) {
 }
 
 TEST(PanelKeysTest, ShortcutsWithControlAltOrSuperPassThrough) {
-    EXPECT_EQ(key(Qt::Key_Q, true, Qt::ControlModifier), PanelKeyDecision{});
+    EXPECT_EQ(key(Qt::Key_W, true, Qt::ControlModifier), PanelKeyDecision{});
+    EXPECT_EQ(key(Qt::Key_Space, true, Qt::ControlModifier), PanelKeyDecision{});
     EXPECT_EQ(key(Qt::Key_Space, true, Qt::AltModifier | Qt::MetaModifier), PanelKeyDecision{});
     EXPECT_EQ(key(Qt::Key_Space, true, Qt::ShiftModifier), (PanelKeyDecision{true, PanelKeyAction::act}));
+}
+
+TEST(PanelKeysTest, ControlQQuitsLikeTheMenusQuit) {
+    EXPECT_EQ(key(Qt::Key_Q, true, Qt::ControlModifier), (PanelKeyDecision{true, PanelKeyAction::quit}));
+    // Caps Lock on, or Q typed with Shift held by accident, still quits.
+    EXPECT_EQ(key(Qt::Key_Q, true, Qt::ControlModifier | Qt::ShiftModifier),
+              (PanelKeyDecision{true, PanelKeyAction::quit}));
+    // A held Ctrl+Q quits once; its release and the desktop's own Ctrl+Alt+Q and Super+Ctrl+Q pass.
+    EXPECT_EQ(key(Qt::Key_Q, true, Qt::ControlModifier, true),
+              (PanelKeyDecision{true, PanelKeyAction::none}));
+    EXPECT_EQ(key(Qt::Key_Q, false, Qt::ControlModifier), PanelKeyDecision{});
+    EXPECT_EQ(key(Qt::Key_Q, true, Qt::ControlModifier | Qt::AltModifier), PanelKeyDecision{});
+    EXPECT_EQ(key(Qt::Key_Q, true, Qt::ControlModifier | Qt::MetaModifier), PanelKeyDecision{});
+    EXPECT_EQ(key(Qt::Key_Q, true, Qt::AltModifier), PanelKeyDecision{});
 }
 
 TEST(PanelKeysTest, RAndPGoByKeyPosition) {
@@ -430,6 +445,26 @@ TEST_F(ControllerTest, KeysReachTheStoreOnlyWhileThePlayfieldIsOpenAndFocused) {
     QCoreApplication::sendEvent(&controller->panel(), &escape);
     EXPECT_FALSE(controller->store().expanded());
     EXPECT_EQ(actions.count(), 2);
+}
+
+TEST_F(ControllerTest, ControlQOnTheOpenPlayfieldAsksToQuit) {
+    auto controller = make();
+    controller->springAnimator().setReduceMotion(true);
+    QSignalSpy quits(controller.get(), &NotchPanelController::quitRequested);
+    // Closed: Ctrl+Q belongs to whichever window has the keyboard.
+    QKeyEvent early(QEvent::KeyPress, Qt::Key_Q, Qt::ControlModifier);
+    QCoreApplication::sendEvent(&controller->panel(), &early);
+    EXPECT_EQ(quits.count(), 0);
+
+    ASSERT_TRUE(controller->expand());
+    controller->panel().activateWindow();
+    if (!QTest::qWaitForWindowActive(&controller->panel(), 1000)) {
+        GTEST_SKIP() << "this platform does not activate the panel";
+    }
+    QKeyEvent press(QEvent::KeyPress, Qt::Key_Q, Qt::ControlModifier);
+    EXPECT_TRUE(QCoreApplication::sendEvent(&controller->panel(), &press));
+    EXPECT_EQ(quits.count(), 1);
+    EXPECT_TRUE(press.isAccepted());
 }
 
 } // namespace

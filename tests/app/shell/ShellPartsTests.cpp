@@ -1,6 +1,7 @@
 #include "Vantrel/Clock.h"
 #include "Vantrel/GameStore.h"
 #include "Vantrel/pixels/PixelDino.h"
+#include "Vantrel/shell/AppDelegate.h"
 #include "Vantrel/shell/OptionsMenu.h"
 #include "Vantrel/shell/StatusIcon.h"
 
@@ -131,4 +132,17 @@ TEST_F(OptionsMenuTest, UnavailableShortcutAndRebuilding) {
     EXPECT_EQ(menu.actions()[2]->text(), "Open anywhere  Alt+Super+Space");
     EXPECT_TRUE(menu.actions()[9]->isChecked());
     EXPECT_FALSE(menu.actions()[11]->isChecked()); // Launch at Login off by default
+}
+
+TEST(AppStartTest, ADemoPlaysBeforeOnboardingIsDone) {
+    AppDelegate::Options options;
+    options.demo = true;
+    EXPECT_EQ(AppDelegate::startWith(options, false), AppDelegate::StartWith::demo);
+    EXPECT_EQ(AppDelegate::startWith(options, true), AppDelegate::StartWith::demo);
+    options.demo = false;
+    EXPECT_EQ(AppDelegate::startWith(options, false), AppDelegate::StartWith::onboarding);
+    EXPECT_EQ(AppDelegate::startWith(options, true), AppDelegate::StartWith::nothing);
+    options.open = true;
+    EXPECT_EQ(AppDelegate::startWith(options, false), AppDelegate::StartWith::onboarding);
+    EXPECT_EQ(AppDelegate::startWith(options, true), AppDelegate::StartWith::playfield);
 }
