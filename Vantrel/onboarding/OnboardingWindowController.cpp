@@ -9,7 +9,10 @@
 #include <QGuiApplication>
 #include <QLabel>
 #include <QScreen>
+#include <QScrollArea>
 #include <QVBoxLayout>
+
+#include <algorithm>
 
 namespace vantrel {
 
@@ -18,11 +21,18 @@ OnboardingWindowController::OnboardingWindowController(bool shortcutAvailable, c
     : QWidget(parent, Qt::Window) {
     setWindowTitle(QStringLiteral("Vantrel"));
     setObjectName("onboardingWindow");
-    resize(600, 610);
+    resize(preferredSize);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
-    m_view = new OnboardingView(shortcutAvailable, clock, std::move(finish), this);
-    layout->addWidget(m_view);
+    // On a small screen (or a large scale) the window is as large as the screen allows and
+    // the pages scroll; the pages themselves keep the size they were laid out for.
+    auto* scroll = new QScrollArea(this);
+    scroll->setFrameShape(QFrame::NoFrame);
+    scroll->setWidgetResizable(true);
+    m_view = new OnboardingView(shortcutAvailable, clock, std::move(finish));
+    m_view->setMinimumSize(preferredSize);
+    scroll->setWidget(m_view);
+    layout->addWidget(scroll);
 
     auto addAction = [this](const QKeySequence& keys, auto handler) {
         auto* action = new QAction(this);
@@ -68,8 +78,14 @@ void OnboardingWindowController::showAndActivate() {
             screen = QGuiApplication::primaryScreen();
         }
         if (screen) {
+            // Fits the screen, title bar included, and never starts above its top edge, so the
+            // title bar stays within reach.
             const QRect area = screen->availableGeometry();
-            move(area.center() - QPoint(width() / 2, height() / 2));
+            const QSize fitted = preferredSize.boundedTo(area.size() - QSize(0, titleBarAllowance));
+            resize(fitted);
+            const int x = area.left() + std::max(0, (area.width() - fitted.width()) / 2);
+            const int y = area.top() + std::max(0, (area.height() - titleBarAllowance - fitted.height()) / 2);
+            move(x, y);
         }
     }
     show();
