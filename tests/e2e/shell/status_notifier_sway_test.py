@@ -22,29 +22,16 @@ BAR = 40  # the bottom rows, where swaybar sits with its tray at the right end
 class LateBarSway(Sway):
     """sway whose bar (and so its tray) starts only when the test says so."""
 
-    def start(self):
+    tray_at_start = False
+
+    def bar_config(self):
         go = self.path("start-bar")
         script = self.path("late-swaybar")
         with open(script, "w") as f:
             f.write("#!/bin/sh\nwhile [ ! -e %s ]; do sleep 0.05; done\nexec swaybar \"$@\"\n" % go)
         os.chmod(script, 0o755)
         self._own(script)
-        config = self.path("config")
-        with open(config, "w") as f:
-            f.write("output HEADLESS-1 resolution %dx%d position 0 0\n" % (self.width, self.height))
-            f.write("xwayland enable\ndefault_border none\nfocus_follows_mouse no\n")
-            f.write("bar {\n  position bottom\n  tray_output *\n  swaybar_command %s\n}\n" % script)
-            f.write("exec echo $DISPLAY > %s/display\n" % self.tmp)
-        self._own(config)
-        env = dict(self.base_env, WLR_BACKENDS="headless", WLR_LIBINPUT_NO_DEVICES="1", WLR_RENDERER="pixman")
-        self.spawn(["sway", "-c", config], env=env, stdout=open(self.path("sway.log"), "w"),
-                   stderr=subprocess.STDOUT)
-        self.wait(lambda: self.socket("wayland-") and self.socket("sway-ipc."), 10, "sway did not start")
-        self.env = dict(self.base_env, WAYLAND_DISPLAY=self.socket("wayland-"),
-                        SWAYSOCK=self.path(self.socket("sway-ipc.")))
-        self.wait(lambda: os.path.exists(self.path("display")) and open(self.path("display")).read().strip(),
-                  10, "sway did not report its XWayland display")
-        self.env["DISPLAY"] = open(self.path("display")).read().strip()
+        return "bar {\n  position bottom\n  tray_output *\n  swaybar_command %s\n}\n" % script
 
     def start_bar(self):
         with open(self.path("start-bar"), "w"):

@@ -264,15 +264,20 @@ class Compositor:
 class Sway(Compositor):
     name = "sway"
     tools = ["sway", "swaymsg", "swaybar", "grim", "wtype"]
+    # Whether swaybar's tray is on the session bus before the program starts.
+    tray_at_start = True
+
+    def bar_config(self):
+        """swaybar is the tray: a StatusNotifierItem host on the session bus. At the bottom,
+        so the top edge belongs to the panel alone."""
+        return "bar {\n  position bottom\n  tray_output *\n}\n"
 
     def start(self):
         config = self.path("config")
         with open(config, "w") as f:
             f.write("output HEADLESS-1 resolution %dx%d position 0 0\n" % (self.width, self.height))
             f.write("xwayland enable\ndefault_border none\nfocus_follows_mouse no\n")
-            # swaybar is the tray: a StatusNotifierItem host on the session bus. At the bottom,
-            # so the top edge belongs to the panel alone.
-            f.write("bar {\n  position bottom\n  tray_output *\n}\n")
+            f.write(self.bar_config())
             f.write("exec echo $DISPLAY > %s/display\n" % self.tmp)
         self._own(config)
         env = dict(self.base_env, WLR_BACKENDS="headless", WLR_LIBINPUT_NO_DEVICES="1", WLR_RENDERER="pixman")
@@ -284,8 +289,9 @@ class Sway(Compositor):
         self.wait(lambda: os.path.exists(self.path("display")) and open(self.path("display")).read().strip(),
                   10, "sway did not report its XWayland display")
         self.env["DISPLAY"] = open(self.path("display")).read().strip()
-        self.wait(lambda: self.name_on_bus("org.kde.StatusNotifierWatcher"), 10,
-                  "swaybar's tray did not appear on the session bus")
+        if self.tray_at_start:
+            self.wait(lambda: self.name_on_bus("org.kde.StatusNotifierWatcher"), 10,
+                      "swaybar's tray did not appear on the session bus")
 
     def after_input(self):
         # A keyboard that stays: the seat offers clients a keyboard only while one exists.
