@@ -3,6 +3,7 @@
 #include "VantrelCore/PlanSearch.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace vantrel {
 
@@ -33,7 +34,13 @@ Controls Autopilot::decide(const Runner& runner) {
     return m_plan[m_next++].controls;
 }
 
-bool Autopilot::planStillHolds(const Runner& runner) const {
+// An owner on a real clock advances by frames that are not quite frameTime
+// long, so the runner is never exactly where the plan expected it. Comparing
+// exactly would plan again on every frame, which costs far more than playing;
+// instead the plan is followed by time: the step nearest the runner's clock,
+// as long as the runner is close to where that step expects it. The slack
+// kept around take-offs and falls covers the difference.
+bool Autopilot::planStillHolds(const Runner& runner) {
     if (!m_planComplete || m_next >= m_plan.size()) {
         return false; // a stopgap is replaced as soon as possible
     }
@@ -42,9 +49,30 @@ bool Autopilot::planStillHolds(const Runner& runner) const {
             return false;
         }
     }
-    const PlanStep& step = m_plan[m_next];
-    return step.elapsed == runner.elapsed() && step.height == runner.height() &&
-           step.velocity == runner.velocity();
+    // Frames of exactly frameTime meet the steps exactly and never move the index.
+    std::size_t nearest = m_next;
+    const auto offBy = [&runner](const PlanStep& step) { return std::abs(step.elapsed - runner.elapsed()); };
+    while (nearest + 1 < m_plan.size() && offBy(m_plan[nearest + 1]) < offBy(m_plan[nearest])) {
+        ++nearest;
+    }
+    while (nearest > 0 && offBy(m_plan[nearest - 1]) < offBy(m_plan[nearest])) {
+        --nearest;
+    }
+    const PlanStep& step = m_plan[nearest];
+    const double lead = runner.elapsed() - step.elapsed;
+    if (std::abs(lead) > frameTime / 2) {
+        return false;
+    }
+    // Where the step's state would be after `lead` more seconds of free flight.
+    const bool flying = step.height > 0 || step.velocity != 0;
+    const double height = flying ? step.height + step.velocity * lead - Runner::gravity * lead * lead / 2 : 0;
+    const double velocity = flying ? step.velocity - Runner::gravity * lead : 0;
+    if (std::abs(runner.height() - std::max(height, 0.0)) > heightTolerance ||
+        std::abs(runner.velocity() - velocity) > velocityTolerance) {
+        return false;
+    }
+    m_next = nearest;
+    return true;
 }
 
 void Autopilot::plan(const Runner& runner) {

@@ -33,8 +33,9 @@ struct Controls {
 //
 // Plans assume frames of frameTime. Where there is room it keeps two frames of
 // slack (takes off, ducks and falls a little before or after the last possible
-// moment), so an owner whose frames vary somewhat in length is still in time;
-// planning again on every mismatch keeps it on track.
+// moment), so an owner whose frames vary somewhat in length is still in time:
+// such an owner is followed by its clock, and a runner that strays from the
+// plan further than that makes it plan again.
 class Autopilot {
 public:
     static constexpr double frameTime = 1.0 / 60; // seconds
@@ -95,7 +96,12 @@ public:
     std::size_t framesSimulated() const { return m_framesSimulated; }
 
 private:
-    bool planStillHolds(const Runner& runner) const;
+    // How far the runner may stray from the plan before it plans again: a
+    // point up or down, and the speed a fast fall adds in a few milliseconds.
+    static constexpr double heightTolerance = 1;    // points
+    static constexpr double velocityTolerance = 30; // points/s
+
+    bool planStillHolds(const Runner& runner);
     void plan(const Runner& runner);
 
     Controls m_held;

@@ -301,6 +301,29 @@ TEST(Autopilot, SurvivesPausesAndUnevenFrames) {
     EXPECT_GT(runner.elapsed(), 40); // flyers come from about 15 s on
 }
 
+TEST(Autopilot, FollowsItsPlanOnTheFramesOfARealClock) {
+    // The application's frame timer fires about every 16 ms, not every 1/60 s:
+    // the runner is never exactly where a plan expected it, yet the plan is
+    // followed by time and made again about as rarely as on exact frames.
+    const auto play = [](auto frameLength) {
+        Runner runner(5);
+        Autopilot pilot;
+        pilot.apply(runner, {true, false});
+        int frames = 0;
+        for (; frames < 60 * 60 && runner.phase() == RunPhase::running; ++frames) {
+            pilot.apply(runner, pilot.decide(runner));
+            runner.advance(frameLength(frames));
+        }
+        EXPECT_EQ(runner.phase(), RunPhase::running) << "at " << runner.elapsed() << " s";
+        return static_cast<double>(pilot.plansMade()) / frames;
+    };
+    const double exact = play([](int) { return frame; });
+    std::mt19937 engine(5);
+    const double clock = play([&engine](int) { return 0.016 + 0.002 * ((engine() % 1000) / 1000.0 - 0.5); });
+    EXPECT_LT(clock, 2 * exact) << "plans per frame: " << clock << " on the clock, " << exact << " exact";
+    EXPECT_LT(clock, 0.25) << clock;
+}
+
 TEST(Autopilot, PlansAgainEachFrameWhenNothingClears) {
     // A tall cluster right at the runner's nose at full speed: no key can
     // clear it. The autopilot plays the line that lasts longest and keeps
