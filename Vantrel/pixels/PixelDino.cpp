@@ -1,5 +1,7 @@
 #include "Vantrel/pixels/PixelDino.h"
 
+#include "Vantrel/pixels/BlockFill.h"
+
 #include <QPainter>
 
 namespace vantrel::PixelDino {
@@ -73,6 +75,29 @@ void addPixels(QPainterPath& path, Rows rows, QPointF origin, double pixel, int 
     }
 }
 
+void addPixels(std::vector<QRectF>& rects, Rows rows, QPointF origin, double pixel) {
+    for (size_t r = 0; r < rows.size(); ++r) {
+        const std::string_view row = rows[r];
+        for (size_t c = 0; c < row.size(); ++c) {
+            if (row[c] != '#') {
+                continue;
+            }
+            size_t end = c + 1;
+            while (end < row.size() && row[end] == '#') {
+                ++end;
+            }
+            rects.emplace_back(origin.x() + static_cast<double>(c) * pixel,
+                               origin.y() + static_cast<double>(r) * pixel,
+                               static_cast<double>(end - c) * pixel, pixel);
+            c = end;
+        }
+    }
+}
+
+void fillFigure(QPainter& painter, std::span<const QRectF> rects, const QColor& color) {
+    BlockFill::fill(painter, rects, color);
+}
+
 void fillFigure(QPainter& painter, const QPainterPath& path, const QColor& color) {
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing, true);
@@ -88,16 +113,21 @@ QPainterPath standingPath(Rows feet, QPointF topLeft, double pixel) {
     return path;
 }
 
+void addStanding(std::vector<QRectF>& rects, Rows feet, QPointF topLeft, double pixel) {
+    addPixels(rects, body, topLeft, pixel);
+    addPixels(rects, feet, topLeft + QPointF(0, static_cast<double>(body.size()) * pixel), pixel);
+}
+
 void drawDucking(QPainter& painter, QPointF at, int64_t frame) {
     std::array<std::string_view, 10> rows{};
     std::copy(duckTop.begin(), duckTop.end(), rows.begin());
     const auto& legs = isOdd(frame) ? duckLegsOdd : duckLegsEven;
     std::copy(legs.begin(), legs.end(), rows.begin() + duckTop.size());
 
-    QPainterPath path;
-    path.setFillRule(Qt::WindingFill);
-    addPixels(path, rows, at, duckPixel);
-    fillFigure(painter, path, figureWhite);
+    thread_local std::vector<QRectF> rects;
+    rects.clear();
+    addPixels(rects, rows, at, duckPixel);
+    fillFigure(painter, rects, figureWhite);
 }
 
 void drawFlyer(QPainter& painter, QPointF at, int64_t frame) {
@@ -114,10 +144,10 @@ void drawFlyer(QPainter& painter, QPointF at, int64_t frame) {
         rows[11] = wingUpTip;
     }
 
-    QPainterPath path;
-    path.setFillRule(Qt::WindingFill);
-    addPixels(path, rows, at, flyerPixel);
-    fillFigure(painter, path, figureWhite);
+    thread_local std::vector<QRectF> rects;
+    rects.clear();
+    addPixels(rects, rows, at, flyerPixel);
+    fillFigure(painter, rects, figureWhite);
 }
 
 } // namespace vantrel::PixelDino

@@ -3,11 +3,13 @@
 #include <QColor>
 #include <QPainterPath>
 #include <QPointF>
+#include <QRectF>
 
 #include <array>
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <vector>
 
 class QPainter;
 
@@ -74,11 +76,19 @@ inline constexpr double peekPixel = 1.5;
 void addPixels(QPainterPath& path, Rows rows, QPointF origin, double pixel, int firstColumn = 0,
                int endColumn = -1);
 
+// The same squares as rectangles, each run of lit characters in a row as one.
+void addPixels(std::vector<QRectF>& rects, Rows rows, QPointF origin, double pixel);
+
 // Fills `path` once with `color`: non-zero winding, antialiased.
 void fillFigure(QPainter& painter, const QPainterPath& path, const QColor& color);
 
+// Fills the union of `rects` with `color`, antialiased: what filling them as
+// one path does, for the figures drawn on every frame (BlockFill).
+void fillFigure(QPainter& painter, std::span<const QRectF> rects, const QColor& color);
+
 // The standing or running figure: `body` followed by `feet`, 20 rows.
 QPainterPath standingPath(Rows feet, QPointF topLeft, double pixel);
+void addStanding(std::vector<QRectF>& rects, Rows feet, QPointF topLeft, double pixel);
 
 // The ducking dinosaur, 26 x 10 pixels of 1.6 points, legs by the parity of
 // `frame`; white at opacity 0.88.

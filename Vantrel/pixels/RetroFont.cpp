@@ -7,6 +7,7 @@
 #include <QPainter>
 #include <QStaticText>
 #include <algorithm>
+#include <array>
 
 // The generated resource lives in this static library; its initialiser must be
 // called by name, from the global namespace.
@@ -59,7 +60,19 @@ namespace {
 struct SizedFont {
     QFont font;
     QFontMetricsF metrics;
+    // Printable ASCII: advances, and each character laid out on its own. The
+    // pixel font has neither kerning nor ligatures, so a string of these is its
+    // characters side by side, and a score that changes ten times a second
+    // needs no shaping at all.
+    std::array<qreal, 95> advances{};
+    std::array<QStaticText, 95> characters;
 };
+
+bool plainAscii(const QString& text) {
+    return registration().available && std::all_of(text.begin(), text.end(), [](QChar c) {
+               return c.unicode() >= 0x20 && c.unicode() < 0x7f;
+           });
+}
 
 // Fonts and metrics by pixel size, and laid-out texts: every frame draws the
 // same few. Main thread only, like all drawing. Both caches are emptied when
@@ -93,7 +106,14 @@ const SizedFont& sized(int pixelSize) {
         f.setStyleHint(QFont::Monospace);
         // The pixel font's outlines sit on its own grid; hinting would bend them.
         f.setHintingPreference(QFont::PreferNoHinting);
-        entry = new SizedFont{f, QFontMetricsF(f)};
+        entry = new SizedFont{f, QFontMetricsF(f), {}, {}};
+        for (char16_t c = 0x20; c < 0x7f; ++c) {
+            entry->advances[c - 0x20] = entry->metrics.horizontalAdvance(QChar(c));
+            QStaticText& character = entry->characters[c - 0x20];
+            character.setText(QString(QChar(c)));
+            character.setTextFormat(Qt::PlainText);
+            character.setPerformanceHint(QStaticText::AggressiveCaching);
+        }
     }
     return *entry;
 }
@@ -106,16 +126,32 @@ QFont font(int pixelSize) {
 
 QSizeF textSize(const QString& text, int pixelSize) {
     const SizedFont& s = sized(pixelSize);
+    if (plainAscii(text)) {
+        qreal width = 0;
+        for (QChar c : text) {
+            width += s.advances[c.unicode() - 0x20];
+        }
+        return QSizeF(width, s.metrics.height());
+    }
     return QSizeF(s.metrics.horizontalAdvance(text), s.metrics.height());
 }
 
 void drawText(QPainter& painter, QPointF topLeft, const QString& text, int pixelSize, const QColor& color) {
-    // Laid-out texts by size: a frame draws the same dozen strings, and shaping
-    // them anew each time costs more than drawing them. Scores change, so the
-    // cache is emptied when it grows past what a few seconds of play leave.
+    const SizedFont& s = sized(pixelSize);
+    painter.setFont(s.font);
+    painter.setPen(color);
+    if (plainAscii(text)) {
+        QPointF at = topLeft;
+        for (QChar c : text) {
+            painter.drawStaticText(at, s.characters[c.unicode() - 0x20]);
+            at.rx() += s.advances[c.unicode() - 0x20];
+        }
+        return;
+    }
+    // Other texts (arrows come from a fall-back font) are laid out whole, once
+    // per size: shaping them anew at each paint costs more than drawing them.
     QHash<QPair<int, QString>, QStaticText>& laidOut = laidOutCache();
     constexpr qsizetype maxEntries = 512;
-    const SizedFont& s = sized(pixelSize);
     auto it = laidOut.find({pixelSize, text});
     if (it == laidOut.end()) {
         if (laidOut.size() >= maxEntries) {
@@ -126,8 +162,6 @@ void drawText(QPainter& painter, QPointF topLeft, const QString& text, int pixel
         staticText.setPerformanceHint(QStaticText::AggressiveCaching);
         it = laidOut.insert({pixelSize, text}, staticText);
     }
-    painter.setFont(s.font);
-    painter.setPen(color);
     painter.drawStaticText(topLeft, *it);
 }
 

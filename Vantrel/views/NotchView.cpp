@@ -315,8 +315,18 @@ void NotchView::onExpandedChanged() {
 void NotchView::setShapeRadius(double radius) {
     if (radius != m_radius) {
         m_radius = radius;
+        placeRunwayOnBody();
         update();
     }
+}
+
+// The runway is on the body when the rounded corners start below it and the
+// ears lie outside it.
+void NotchView::placeRunwayOnBody() {
+    const QRect r = m_runway->geometry();
+    const double radius = NotchShape{m_radius}.effectiveRadius(height());
+    m_runway->setOnBody(r.left() >= L::earWidth && r.right() + 1 <= width() - L::earWidth &&
+                        r.bottom() + 1 + radius <= height());
 }
 
 void NotchView::resizeEvent(QResizeEvent*) {
@@ -366,6 +376,7 @@ void NotchView::layoutExpanded() {
     m_runway->setGeometry(
         QRectF(L::bodyPaddingX, runwayTop, std::max(0.0, w - 2 * L::bodyPaddingX), runwayHeight)
             .toAlignedRect());
+    placeRunwayOnBody();
     layoutControlRow(runwayTop + runwayHeight);
 }
 

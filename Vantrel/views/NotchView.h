@@ -69,6 +69,7 @@ protected:
 private:
     void buildScores();
     void buildControls();
+    void placeRunwayOnBody();
     void relayout();
     void layoutExpanded();
     void layoutControlRow(double top);

@@ -111,26 +111,26 @@ void drawLandscape(QPainter& painter, double distance, double groundY) {
 
 // One cactus `h` high whose left arm starts at `x`: a 4-wide trunk and two
 // 3-wide arms, their lengths and joints as fractions of the height.
-void addCactus(QPainterPath& path, double x, double h, double groundY) {
+void addCactus(std::vector<QRectF>& rects, double x, double h, double groundY) {
     const double t = groundY - h;
-    path.addRect(QRectF(x + 6, t, 4, h));                  // trunk
-    path.addRect(QRectF(x, t + 6, 3, 0.45 * h));           // left arm, upright
-    path.addRect(QRectF(x + 2, groundY - 0.38 * h, 5, 3)); // left arm, joint
-    path.addRect(QRectF(x + 13, t + 3, 3, 0.43 * h));      // right arm, upright
-    path.addRect(QRectF(x + 9, groundY - 0.52 * h, 6, 3)); // right arm, joint
+    rects.emplace_back(x + 6, t, 4, h);                  // trunk
+    rects.emplace_back(x, t + 6, 3, 0.45 * h);           // left arm, upright
+    rects.emplace_back(x + 2, groundY - 0.38 * h, 5, 3); // left arm, joint
+    rects.emplace_back(x + 13, t + 3, 3, 0.43 * h);      // right arm, upright
+    rects.emplace_back(x + 9, groundY - 0.52 * h, 6, 3); // right arm, joint
 }
 
 void drawCactus(QPainter& painter, const Obstacle& obstacle, double groundY) {
-    QPainterPath path;
-    path.setFillRule(Qt::WindingFill);
-    addCactus(path, obstacle.x, obstacle.height, groundY);
+    thread_local std::vector<QRectF> rects;
+    rects.clear();
+    addCactus(rects, obstacle.x, obstacle.height, groundY);
     if (obstacle.clustered) {
         const int n = std::max(static_cast<int>((obstacle.width - 2) / cactusSpacing), 2);
         for (int i = 1; i <= n - 1; ++i) {
-            addCactus(path, obstacle.x + cactusSpacing * i, clusterShrink * obstacle.height, groundY);
+            addCactus(rects, obstacle.x + cactusSpacing * i, clusterShrink * obstacle.height, groundY);
         }
     }
-    PixelDino::fillFigure(painter, path, ViewPalette::white(0.82));
+    PixelDino::fillFigure(painter, rects, ViewPalette::white(0.82));
 }
 
 void drawDinosaur(QPainter& painter, const Runner& runner, double groundY) {
@@ -148,8 +148,10 @@ void drawDinosaur(QPainter& painter, const Runner& runner, double groundY) {
         feet = even ? PixelDino::Rows(PixelDino::feetA) : PixelDino::Rows(PixelDino::feetB);
     }
     const double top = groundY - Runner::dinoHeight - runner.height();
-    PixelDino::fillFigure(painter, PixelDino::standingPath(feet, QPointF(Runner::dinoX, top), standingPixel),
-                          QColor::fromRgbF(0.92f, 0.92f, 0.92f, 1));
+    thread_local std::vector<QRectF> rects;
+    rects.clear();
+    PixelDino::addStanding(rects, feet, QPointF(Runner::dinoX, top), standingPixel);
+    PixelDino::fillFigure(painter, rects, QColor::fromRgbF(0.92f, 0.92f, 0.92f, 1));
 
     if (runner.phase() == RunPhase::over) {
         // An X over the eye (body row 2, column 10): two strokes across a 3.4-point square.

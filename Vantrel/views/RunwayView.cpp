@@ -138,8 +138,15 @@ void RunwayView::paintCanvas(QPainter& painter, const Runner& runner, QSizeF siz
     RunwayPainter::paintCanvas(painter, runner, size);
 }
 
+void RunwayView::setOnBody(bool onBody) {
+    setAttribute(Qt::WA_OpaquePaintEvent, onBody);
+}
+
 void RunwayView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
+    if (testAttribute(Qt::WA_OpaquePaintEvent)) {
+        painter.fillRect(rect(), Qt::black);
+    }
     RunwayPainter::paintFrame(painter, m_store.runner(), size());
     paintOverlay(painter);
 }

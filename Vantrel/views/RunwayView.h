@@ -48,6 +48,12 @@ public:
     // The card's rectangle in view coordinates (empty while running).
     QRectF cardRect() const;
 
+    // Whether the view lies wholly on the panel's black body. It then paints
+    // the black itself, so a frame repaints the runway alone and not the panel
+    // under it; near the rounded corners (while the panel grows) it leaves the
+    // background to the panel.
+    void setOnBody(bool onBody);
+
 signals:
     // The player asked for the game action (start, jump, resume or retry).
     void actRequested();

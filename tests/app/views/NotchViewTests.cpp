@@ -193,6 +193,28 @@ TEST_P(NotchViewTest, RunwayFillsThePanelWidthAt110Or140PointsHigh) {
     EXPECT_EQ(probe::at(image, 300, ground - 1.5).red(), 0);
 }
 
+TEST_P(NotchViewTest, RunwayPaintsTheBodyUnderItOnlyWhereTheBodyIsWhole) {
+    expand();
+    QWidget* runway = child("runway");
+    // At rest the runway is well inside the body: it paints its own black, so a
+    // frame does not repaint the panel under it.
+    EXPECT_TRUE(runway->testAttribute(Qt::WA_OpaquePaintEvent));
+    const QImage image = shoot();
+    EXPECT_EQ(probe::at(image, 30, 50), QColor(Qt::black));
+
+    // While the panel grows, its rounded corners cut through the runway: there
+    // the panel's shape decides, and outside it nothing is painted.
+    const int height = runway->geometry().bottom() + 1 + 6;
+    m_view.resize(static_cast<int>(store().panelWidth()), height);
+    EXPECT_FALSE(runway->testAttribute(Qt::WA_OpaquePaintEvent));
+    const QImage growing = render(m_view, QSize(static_cast<int>(store().panelWidth()), height), dpr());
+    EXPECT_EQ(probe::alphaAt(growing, 20.5, height - 0.5), 0);
+    EXPECT_EQ(probe::at(growing, 30, 50), QColor(Qt::black));
+
+    fitPanel();
+    EXPECT_TRUE(runway->testAttribute(Qt::WA_OpaquePaintEvent));
+}
+
 TEST_P(NotchViewTest, SpeedMeterLightsOneBarPerLevel) {
     expand();
     auto* meter = child("speedMeter");
