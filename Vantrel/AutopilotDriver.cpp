@@ -1,6 +1,7 @@
 #include "Vantrel/AutopilotDriver.h"
 
 #include "Vantrel/GameStore.h"
+#include "Vantrel/Logging.h"
 
 namespace vantrel {
 
@@ -51,6 +52,9 @@ void AutopilotDriver::runCrashed() {
     if (!m_autopilot) {
         return;
     }
+    // A line per demonstration run, for whoever measures the demo.
+    qCDebug(lcShell) << "demo: run over at" << m_store.runner().score() << "points after"
+                     << m_store.runner().elapsed() << "s";
     m_restartDeadline = m_clock.now() + restartSeconds;
     m_restart = m_clock.alarmAt(*m_restartDeadline, [this] { restart(); });
 }

@@ -7,7 +7,8 @@ then over 30 s:
   - voluntary + involuntary context switches per second, all threads,
   - RSS and PSS at the end of the window (/proc/PID/smaps_rollup).
 The same for idle: the program started without --demo, panel collapsed, the pointer far away.
-Medians of 3 launches. No logging is switched on: the program runs as a user starts it.
+Medians of 3 launches. Logging is off but for the demo's line per finished run (each costs
+1.5 s without frames before the next run starts), counted to show the window was spent playing.
 
 Usage: python3 bench/play_measure.py build/release [launches] [--scale 2] [--idle-only|--play-only]
        [--settle S] [--window S] [--minutes M (memory growth while playing, sampled every 30 s)]"""
@@ -74,20 +75,25 @@ def one_launch(program, scale, playing, settle, window, minutes):
         d.start_tray()
         d.move_to(1200, 700)
         env = dict(d.env)
-        env.pop("QT_LOGGING_RULES", None)
+        # Only the demo's line per finished run, to tell a measurement of play from one of waiting.
+        env["QT_LOGGING_RULES"] = "vantrel.shell.debug=true"
         env.pop("QT_MESSAGE_PATTERN", None)
         if scale != 1:
             env["QT_SCALE_FACTOR"] = str(scale)
         args = [program, "--settings-file", d.settings] + (["--demo"] if playing else [])
         log = open(os.path.join(d.tmp, "vantrel.log"), "w")
+        d.log = log
         app = d._spawn(args, env=env, stderr=log)
         d.app = app
         if playing:
-            d.wait_for(lambda: d.panel_geometry() is not None, 20, "the demo did not open the playfield")
+            d.wait_for(lambda: (d.panel_geometry() or (0, 0, 0, 0))[3] >= 150, 20,
+                       "the demo did not open the playfield")
         else:
             d.wait_for(lambda: d.tray_icon() is not None, 20, "no tray icon")
         time.sleep(settle)
         xserver = d.procs[0].pid
+        log.flush()
+        runs_before = d.stderr_text().count("demo: run over")
         cpu0, x0, cs0, threads0 = cpu_seconds(app.pid), cpu_seconds(xserver), context_switches(app.pid), \
             thread_cpu(app.pid)
         t0 = time.monotonic()
@@ -96,10 +102,11 @@ def one_launch(program, scale, playing, settle, window, minutes):
         cpu1, x1, cs1, threads1 = cpu_seconds(app.pid), cpu_seconds(xserver), context_switches(app.pid), \
             thread_cpu(app.pid)
         rss, pss = memory_mib(app.pid)
+        runs_ended = d.stderr_text().count("demo: run over") - runs_before
         if app.poll() is not None:
             raise RuntimeError("vantrel exited during the window")
-        if playing and d.panel_geometry() is None:
-            raise RuntimeError("the playfield closed during the window")
+        if playing and (d.panel_geometry() or (0, 0, 0, 0))[3] < 150:
+            raise RuntimeError("the playfield closed during the window: %s" % (d.panel_geometry(),))
         growth = None
         if minutes:
             first = rss
@@ -109,7 +116,7 @@ def one_launch(program, scale, playing, settle, window, minutes):
         per_thread = {name: (threads1.get(name, 0) - threads0.get(name, 0)) / elapsed for name in threads1}
         d.stop_vantrel()
         return dict(cpu=(cpu1 - cpu0) / elapsed, x=(x1 - x0) / elapsed, cs=(cs1 - cs0) / elapsed,
-                    rss=rss, pss=pss, growth=growth, threads=per_thread)
+                    rss=rss, pss=pss, growth=growth, threads=per_thread, runs_ended=runs_ended)
 
 
 def report(label, runs):
@@ -149,8 +156,8 @@ def main():
         runs = []
         for i in range(a.launches):
             runs.append(one_launch(program, a.scale, True, a.settle, a.window, a.minutes))
-            print("  launch %d playing: cpu_per_s=%.4f pss_mb=%.1f xserver=%.4f" % (
-                i + 1, runs[-1]["cpu"], runs[-1]["pss"], runs[-1]["x"]), flush=True)
+            print("  launch %d playing: cpu_per_s=%.4f pss_mb=%.1f xserver=%.4f runs_ended_in_window=%d" % (
+                i + 1, runs[-1]["cpu"], runs[-1]["pss"], runs[-1]["x"], runs[-1]["runs_ended"]), flush=True)
         report(label + " playing", runs)
     if not a.play_only:
         runs = []
