@@ -1,7 +1,9 @@
 """Whole-process measurements of the notch panel on a private Xvfb with openbox:
   1. idle wake-ups: system calls of every thread of vantrel over 30 s with the
      panel collapsed and the pointer resting away from it (strace -f -c);
-  2. the expansion animation against a real X server (bench_panel on xcb): the
+  2. the same while the pointer moves far from the panel, by device motion
+     and by XWarpPointer (no device moves; remote desktops move it so);
+  3. the expansion animation against a real X server (bench_panel on xcb): the
      real-time animation first, in a process of its own, then the cost of a frame.
      The frame benchmarks send the server tens of thousands of frames in a second
      or two, and an animation started right after them shows one stall of 50-115 ms
@@ -15,7 +17,7 @@ import sys
 import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "tests", "e2e"))
-from desktop import Desktop  # noqa: E402
+from desktop import Desktop, Warper  # noqa: E402
 
 
 def without_attach_lines(strace_output):
@@ -47,7 +49,22 @@ def main(build, seconds):
         proc.send_signal(2)
         _, summary = proc.communicate(timeout=30)
         print(without_attach_lines(summary).strip())
+
+        print("== the same %d s with the pointer warped far from the panel (50 warps)" % 10)
+        warper = Warper(d.display)
+        proc = subprocess.Popen(["strace", "-f", "-c", "-p", str(app.pid)], env=d.env,
+                                stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        for i in range(50):
+            warper.warp(900 + (i % 2) * 20, 500)
+            time.sleep(0.2)
+        proc.send_signal(2)
+        _, summary = proc.communicate(timeout=30)
+        warper.close()
+        print(without_attach_lines(summary).strip() or "(no system calls at all)")
         d.stop_vantrel()
+        if not os.path.exists(os.path.join(build, "bench", "bench_panel")):
+            print("== (bench_panel is not built: no animation figures)")
+            return
 
         print("== expansion animation on X11")
         bench = os.path.join(build, "bench", "bench_panel")

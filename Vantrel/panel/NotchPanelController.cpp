@@ -76,6 +76,9 @@ NotchPanelController::NotchPanelController(std::unique_ptr<QSettings> settings, 
     connect(m_store.get(), &GameStore::expandedChanged, this, syncHoverStrip);
     connect(m_store.get(), &GameStore::hoverToPeekChanged, this, syncHoverStrip);
     syncHoverStrip();
+    // A pointer warped in or out of the strip moved no device: look where it is.
+    connect(m_services.hoverStrip.get(), &platform::HoverStrip::pointerCrossed, m_services.pointer.get(),
+            &platform::DesktopPointer::refresh);
     connect(m_services.hoverStrip.get(), &platform::HoverStrip::clicked, this, [this] {
         if (m_store->peeking()) {
             expand();
@@ -311,6 +314,11 @@ bool NotchPanelController::eventFilter(QObject* watched, QEvent* event) {
         return false;
     case QEvent::WindowDeactivate:
         windowDidResignKey();
+        return false;
+    case QEvent::Enter:
+    case QEvent::Leave:
+        // Also for a pointer warped onto or off the tab, which moved no device.
+        m_services.pointer->refresh();
         return false;
     default:
         return false;

@@ -26,6 +26,12 @@ bool PolledDesktopPointer::buttonsPressed() const {
     return QGuiApplication::mouseButtons() != Qt::NoButton;
 }
 
+void PolledDesktopPointer::refresh() {
+    if (isActive()) {
+        sample();
+    }
+}
+
 void PolledDesktopPointer::sample() {
     QPointF now = position();
     if (now != m_last) {

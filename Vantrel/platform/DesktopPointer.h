@@ -24,6 +24,10 @@ public:
     // compositor tells us when the pointer leaves, no news means it is still away.
     // Where positions are only sampled on events, the last one may be stale.
     virtual bool positionIsLive() const { return false; }
+    // Looks where the pointer is now and reports it through changed(), while active:
+    // for a hint that it moved in a way the events do not show (a warp makes no
+    // device motion). Where every move is seen anyway, there is nothing to do.
+    virtual void refresh() {}
 
 signals:
     // The pointer moved or a button went down or up.
@@ -42,6 +46,7 @@ public:
     bool isActive() const override { return m_timer.isActive(); }
     QPointF position() const override;
     bool buttonsPressed() const override;
+    void refresh() override;
 
 private:
     void sample();

@@ -27,12 +27,15 @@ signals:
     void pointerLeft();
     // The pointer is over one of the display server's surfaces again.
     void pointerReturned();
+    // The pointer went into or out of the strip, however it got there: a warp moves
+    // it without any device motion, so this may be the only sign that it moved.
+    void pointerCrossed();
     // A button went down in the strip. It lies over the top rows of the peek tab, so
     // while the tab is out this is a click on the tab.
     void clicked();
 };
 
-// Where the desktop pointer sees the whole desktop (X11 sessions) or nothing helps.
+// Where nothing is needed or nothing helps.
 class NullHoverStrip final : public HoverStrip {
     Q_OBJECT
 

@@ -22,6 +22,7 @@ public:
     bool isActive() const override { return m_inner->isActive(); }
     QPointF position() const override;
     bool buttonsPressed() const override { return !m_away && m_inner->buttonsPressed(); }
+    void refresh() override { m_inner->refresh(); }
 
     // Where the pointer is said to be while it is over a surface we cannot see.
     static QPointF awayPosition() { return {-1.0e6, -1.0e6}; }

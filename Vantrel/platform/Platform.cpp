@@ -110,10 +110,12 @@ PlatformServices makePlatformServices(const QSettings& settings) {
     }
 #if VANTREL_WITH_X11
     QString error;
+    bool rawMotion = false;
     if (layerShell) {
         // The layer surfaces see the pointer over every window, native or not.
     } else if (auto pointer = x11::X11DesktopPointer::create(&error)) {
         services.pointer = std::move(pointer);
+        rawMotion = true;
     } else {
         services.notes
             << QStringLiteral("desktop pointer events unavailable (%1): polling instead").arg(error);
@@ -129,7 +131,7 @@ PlatformServices makePlatformServices(const QSettings& settings) {
     // Through XWayland the pointer over native windows is invisible to X11 clients
     // (the layer surfaces above see it where the compositor has the layer shell).
     if (waylandSession() && !layerShell) {
-        if (auto strip = x11::X11HoverStrip::create(&error)) {
+        if (auto strip = x11::X11HoverStrip::create(x11::X11HoverStrip::Purpose::xwayland, &error)) {
             services.pointer = std::make_unique<HoverStripPointer>(std::move(services.pointer), *strip);
             services.hoverStrip = std::move(strip);
             services.notes << QStringLiteral("Wayland session through XWayland: a transparent strip over "
@@ -137,6 +139,15 @@ PlatformServices makePlatformServices(const QSettings& settings) {
         } else {
             services.notes << QStringLiteral("Wayland session through XWayland: no hover strip (%1): "
                                              "hovering works only over X11 windows")
+                                  .arg(error);
+        }
+    } else if (rawMotion) {
+        // Raw motion misses a pointer warped by another client; the strip's crossings do not.
+        if (auto strip = x11::X11HoverStrip::create(x11::X11HoverStrip::Purpose::warps, &error)) {
+            services.hoverStrip = std::move(strip);
+        } else {
+            services.notes << QStringLiteral("no hover strip (%1): a pointer warped into the trigger area "
+                                             "is seen only once it moves")
                                   .arg(error);
         }
     }

@@ -2,6 +2,8 @@
 and the vantrel program, driven with xdotool and checked with window
 geometry and screenshots. Everything started here is stopped again."""
 
+import ctypes
+import ctypes.util
 import os
 import shutil
 import signal
@@ -460,6 +462,38 @@ class Desktop:
 
     def __exit__(self, *exc):
         self.close()
+
+
+class Warper:
+    """XWarpPointer on a connection of our own: the pointer jumps, no device moves."""
+
+    def __init__(self, display):
+        path = ctypes.util.find_library("X11")
+        if path is None:
+            skip("libX11 is not installed: cannot warp the pointer")
+        self.x = ctypes.CDLL(path)
+        self.x.XOpenDisplay.restype = ctypes.c_void_p
+        self.x.XOpenDisplay.argtypes = [ctypes.c_char_p]
+        self.x.XDefaultRootWindow.restype = ctypes.c_ulong
+        self.x.XDefaultRootWindow.argtypes = [ctypes.c_void_p]
+        self.x.XWarpPointer.argtypes = [ctypes.c_void_p, ctypes.c_ulong, ctypes.c_ulong, ctypes.c_int, ctypes.c_int,
+                                        ctypes.c_uint, ctypes.c_uint, ctypes.c_int, ctypes.c_int]
+        self.x.XSync.argtypes = [ctypes.c_void_p, ctypes.c_int]
+        self.x.XCloseDisplay.argtypes = [ctypes.c_void_p]
+        self.dpy = self.x.XOpenDisplay(display.encode())
+        if not self.dpy:
+            raise AssertionError("cannot open %s" % display)
+        self.root = self.x.XDefaultRootWindow(self.dpy)
+
+    def warp(self, x, y):
+        """Returns the wall-clock time just before the request; when it returns the server has made it."""
+        started = time.time()
+        self.x.XWarpPointer(self.dpy, 0, self.root, 0, 0, 0, 0, x, y)
+        self.x.XSync(self.dpy, 0)
+        return started
+
+    def close(self):
+        self.x.XCloseDisplay(self.dpy)
 
 
 def run_checks(checks):

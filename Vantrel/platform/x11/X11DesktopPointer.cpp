@@ -107,6 +107,17 @@ void X11DesktopPointer::readEvents() {
     }
 }
 
+// Raw events come from devices only: a pointer warped by a client makes none, and
+// the hover strip's crossings are what tell us to look.
+void X11DesktopPointer::refresh() {
+    if (!m_active) {
+        return;
+    }
+    query();
+    drain(false); // anything xcb queued meanwhile is older than the position just read
+    emit changed();
+}
+
 void X11DesktopPointer::query() {
     auto cookie = xcb_query_pointer(m_connection, m_root);
     xcb_query_pointer_reply_t* reply = xcb_query_pointer_reply(m_connection, cookie, nullptr);

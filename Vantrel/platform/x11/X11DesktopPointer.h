@@ -26,6 +26,7 @@ public:
     bool isActive() const override { return m_active; }
     QPointF position() const override { return m_position; }
     bool buttonsPressed() const override { return m_buttons; }
+    void refresh() override;
 
 private:
     X11DesktopPointer(xcb_connection_t* connection, uint8_t xinputOpcode, QObject* parent);

@@ -39,30 +39,51 @@ void setStringProperty(xcb_connection_t* connection, xcb_window_t window, xcb_at
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, property, type, 8, length, text);
 }
 
-} // namespace
-
-std::unique_ptr<X11HoverStrip> X11HoverStrip::create(QString* error, QObject* parent) {
-    xcb_connection_t* connection = openSecondConnection(error);
-    if (connection == nullptr) {
-        return nullptr;
-    }
+// Background and border fully transparent; override-redirect; button presses only.
+xcb_window_t createTransparentWindow(xcb_connection_t* connection, xcb_window_t root, QString* error) {
     const xcb_visualid_t visual = argbVisual(connection);
     if (visual == XCB_NONE) {
-        xcb_disconnect(connection);
         *error = QStringLiteral("the X server has no 32-bit visual");
-        return nullptr;
+        return XCB_NONE;
     }
-    const xcb_window_t root = rootWindow(connection);
     const xcb_colormap_t colormap = xcb_generate_id(connection);
     xcb_create_colormap(connection, XCB_COLORMAP_ALLOC_NONE, colormap, root, visual);
     const xcb_window_t window = xcb_generate_id(connection);
-    // Background and border fully transparent; override-redirect; button presses only.
     const uint32_t values[] = {0, 0, 1, XCB_EVENT_MASK_BUTTON_PRESS, colormap};
     xcb_create_window(connection, 32, window, root, 0, 0, 1, 1, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, visual,
                       XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK |
                           XCB_CW_COLORMAP,
                       values);
     xcb_free_colormap(connection, colormap);
+    return window;
+}
+
+// Nothing drawn at all; override-redirect; button presses and its own crossings.
+xcb_window_t createInputOnlyWindow(xcb_connection_t* connection, xcb_window_t root) {
+    const xcb_window_t window = xcb_generate_id(connection);
+    const uint32_t values[] = {1, XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_ENTER_WINDOW |
+                                      XCB_EVENT_MASK_LEAVE_WINDOW};
+    xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, root, 0, 0, 1, 1, 0,
+                      XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT,
+                      XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
+    return window;
+}
+
+} // namespace
+
+std::unique_ptr<X11HoverStrip> X11HoverStrip::create(Purpose purpose, QString* error, QObject* parent) {
+    xcb_connection_t* connection = openSecondConnection(error);
+    if (connection == nullptr) {
+        return nullptr;
+    }
+    const xcb_window_t root = rootWindow(connection);
+    const xcb_window_t window = purpose == Purpose::xwayland
+                                    ? createTransparentWindow(connection, root, error)
+                                    : createInputOnlyWindow(connection, root);
+    if (window == XCB_NONE) {
+        xcb_disconnect(connection);
+        return nullptr;
+    }
     // Named, so that people (and tests) looking at the window tree know what it is.
     static const char name[] = "Vantrel hover strip";
     static const char wmClass[] = "vantrel\0Vantrel";
@@ -77,11 +98,13 @@ std::unique_ptr<X11HoverStrip> X11HoverStrip::create(QString* error, QObject* pa
         *error = QStringLiteral("the X connection failed");
         return nullptr;
     }
-    return std::unique_ptr<X11HoverStrip>(new X11HoverStrip(connection, window, parent));
+    return std::unique_ptr<X11HoverStrip>(new X11HoverStrip(connection, window, purpose, parent));
 }
 
-X11HoverStrip::X11HoverStrip(xcb_connection_t* connection, xcb_window_t window, QObject* parent)
-    : HoverStrip(parent), m_connection(connection), m_root(rootWindow(connection)), m_window(window) {
+X11HoverStrip::X11HoverStrip(xcb_connection_t* connection, xcb_window_t window, Purpose purpose,
+                             QObject* parent)
+    : HoverStrip(parent), m_connection(connection), m_root(rootWindow(connection)), m_window(window),
+      m_purpose(purpose) {
     m_notifier = new QSocketNotifier(xcb_get_file_descriptor(connection), QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, &X11HoverStrip::readEvents);
 }
@@ -112,8 +135,10 @@ void X11HoverStrip::update() {
         place(); // also when only the rectangle changed
     }
     if (shown != m_shown) {
-        const uint32_t mask = shown ? XCB_EVENT_MASK_ENTER_WINDOW | XCB_EVENT_MASK_LEAVE_WINDOW : 0;
-        xcb_change_window_attributes(m_connection, m_root, XCB_CW_EVENT_MASK, &mask);
+        if (m_purpose == Purpose::xwayland) {
+            const uint32_t mask = shown ? XCB_EVENT_MASK_ENTER_WINDOW | XCB_EVENT_MASK_LEAVE_WINDOW : 0;
+            xcb_change_window_attributes(m_connection, m_root, XCB_CW_EVENT_MASK, &mask);
+        }
         if (shown) {
             xcb_map_window(m_connection, m_window);
         } else {
@@ -146,10 +171,14 @@ void X11HoverStrip::readEvents() {
     // Only the last crossing counts: it says where the pointer is now.
     enum class Crossing { none, left, returned } crossing = Crossing::none;
     bool clicked = false;
+    bool crossedStrip = false;
     while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
         const uint8_t type = event->response_type & 0x7f;
         if (type == XCB_ENTER_NOTIFY || type == XCB_LEAVE_NOTIFY) {
             auto* cross = reinterpret_cast<xcb_enter_notify_event_t*>(event);
+            if (cross->event == m_window) {
+                crossedStrip = true;
+            }
             // The root itself entered from a child: no X11 window is under the pointer;
             // the root left for a child: one is again.
             if (cross->event == m_root && cross->detail == XCB_NOTIFY_DETAIL_INFERIOR) {
@@ -171,6 +200,9 @@ void X11HoverStrip::readEvents() {
         emit pointerLeft();
     } else if (crossing == Crossing::returned) {
         emit pointerReturned();
+    }
+    if (crossedStrip) {
+        emit pointerCrossed();
     }
     if (clicked) {
         emit HoverStrip::clicked();

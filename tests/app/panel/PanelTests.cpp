@@ -12,6 +12,7 @@
 #include "Vantrel/platform/Platform.h"
 #include "Vantrel/views/NotchView.h"
 
+#include <QCursor>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QSettings>
@@ -351,6 +352,31 @@ TEST_F(ControllerTest, SpringsFollowTheMotionPreference) {
     EXPECT_TRUE(controller.motionPreference().reduceMotion());
     preference->set(false);
     EXPECT_FALSE(controller.springAnimator().reduceMotion());
+}
+
+// A pointer warped into or out of the trigger strip moves no device; the strip's
+// crossings and the panel's own enter and leave are what make the monitor look.
+TEST_F(ControllerTest, StripCrossingsAndThePanelsLeaveMakeTheMonitorLook) {
+    auto settings = std::make_unique<QSettings>(dir.filePath("Vantrel.conf"), QSettings::IniFormat);
+    platform::PlatformServices services = platform::nullPlatformServices();
+    auto strip = std::make_unique<platform::NullHoverStrip>();
+    platform::HoverStrip* hoverStrip = strip.get();
+    services.hoverStrip = std::move(strip);
+    NotchPanelController controller(std::move(settings), clock, std::move(services));
+    const NotchHoverMonitor& monitor = controller.hoverMonitor();
+    ASSERT_TRUE(monitor.enabled());
+    const QPointF inStrip = monitor.triggerRect().center();
+    ASSERT_FALSE(monitor.triggerRect().isEmpty());
+
+    // No turn of the event loop in between: only the crossing can have made it look.
+    QCursor::setPos(inStrip.toPoint());
+    emit hoverStrip->pointerCrossed();
+    EXPECT_EQ(monitor.intent().phase(), HoverIntent::Phase::waiting);
+
+    QCursor::setPos(QPoint(20, 400));
+    QEvent leave(QEvent::Leave);
+    QCoreApplication::sendEvent(&controller.panel(), &leave);
+    EXPECT_EQ(monitor.intent().phase(), HoverIntent::Phase::hidden);
 }
 
 TEST_F(ControllerTest, TheViewsOptionsButtonBecomesTheControllersSignal) {

@@ -66,4 +66,19 @@ TEST_F(HoverStripPointerTest, ALeaveWhileNobodyWatchesChangesNothing) {
     EXPECT_EQ(changed.count(), 0);
 }
 
+// A warp moves the pointer without an event of its own: refresh() looks at once,
+// through the strip's view as well, and not at all while nobody watches.
+TEST_F(HoverStripPointerTest, RefreshLooksAtOnceAndOnlyWhileActive) {
+    QSignalSpy changed(&pointer, &DesktopPointer::changed);
+    QCursor::setPos(QPoint(650, 1));
+    pointer.refresh();
+    EXPECT_EQ(changed.count(), 0);
+
+    pointer.setActive(true);
+    QCursor::setPos(QPoint(660, 2));
+    pointer.refresh(); // no turn of the event loop: the 50 ms sampling cannot have run
+    EXPECT_EQ(changed.count(), 1);
+    EXPECT_EQ(pointer.position(), QPointF(660, 2));
+}
+
 } // namespace
