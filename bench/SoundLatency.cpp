@@ -46,8 +46,9 @@ double summary(const char* name, std::vector<double> values) {
         return -1;
     }
     std::sort(values.begin(), values.end());
-    std::printf("%-34s n=%2zu  min %5.1f  median %5.1f  max %5.1f ms\n", name, values.size(), values.front(),
-                values[values.size() / 2], values.back());
+    const std::size_t p95 = std::min(values.size() - 1, (values.size() * 95 + 99) / 100 - 1);
+    std::printf("%-34s n=%2zu  min %5.1f  median %5.1f  p95 %5.1f  max %5.1f ms\n", name, values.size(),
+                values.front(), values[values.size() / 2], values[p95], values.back());
     return values[values.size() / 2];
 }
 
