@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <fstream>
 #include <memory>
 
@@ -185,6 +187,8 @@ TEST_F(ArcadeAudioE2E, StopAllSilencesAtOnce) {
     const std::vector<float> record = expectedSound(ArcadeCue::record, ArcadeAudio::volume);
     // Stopped a quarter of the way through the record (740 ms).
     ASSERT_TRUE(pumpUntil([&] { return recordPlayer->position() >= record.size() / 4; }, deadlineMs));
+    // The audio thread mixes on meanwhile: what it handed over is known once the record stops.
+    recordPlayer->stop();
     const std::size_t handedOver = recordPlayer->position();
     ASSERT_LT(handedOver, record.size() / 2);
     audio->stopAll();
@@ -207,6 +211,67 @@ TEST_F(ArcadeAudioE2E, StopAllSilencesAtOnce) {
     EXPECT_EQ(end, wantEnd);
 }
 
+namespace {
+
+// The longest run of silent samples in s[from, to).
+std::size_t longestSilence(const std::vector<float>& s, std::size_t from, std::size_t to) {
+    std::size_t longest = 0;
+    std::size_t run = 0;
+    for (std::size_t i = from; i < std::min(to, s.size()); ++i) {
+        run = std::fabs(s[i]) > silenceLevel ? 0 : run + 1;
+        longest = std::max(longest, run);
+    }
+    return longest;
+}
+
+} // namespace
+
+// The main thread paints, plans and answers the network; a stall there of 100 ms,
+// far longer than the default buffer lasts, must not reach the stream.
+TEST_F(ArcadeAudioE2E, AGuiThreadBlockedInTheMiddleOfACueLeavesNoGap) {
+    // The buffer the program runs with, in a sink started afresh with it.
+    audio->mixer().setBufferBytes(AudioMixer::defaultBufferBytes);
+    ASSERT_TRUE(pumpUntil([&] { return !audio->mixer().isSinkRunning(); }, deadlineMs));
+    audio->play(ArcadeCue::duck); // the new stream's first milliseconds may miss the recording
+    ASSERT_TRUE(pumpUntil([&] { return quiet(); }, deadlineMs));
+    pump(200);
+    const int gapsBefore = audio->mixer().underruns();
+    audio->play(ArcadeCue::record);
+    WavPlayer* recordPlayer = audio->cachedPlayer(ArcadeCue::record);
+    ASSERT_NE(recordPlayer, nullptr);
+    const std::vector<float> record = expectedSound(ArcadeCue::record, ArcadeAudio::volume);
+    ASSERT_TRUE(pumpUntil([&] { return recordPlayer->position() >= record.size() / 3; }, deadlineMs));
+    ASSERT_LT(recordPlayer->position(), record.size() / 2);
+    QThread::msleep(100); // the GUI thread busy: no events, no timers
+    ASSERT_TRUE(pumpUntil([&] { return quiet(); }, deadlineMs));
+    const int gapsInTheCue = audio->mixer().underruns() - gapsBefore;
+    const std::vector<float> rec = finish();
+
+    // Past the fixture's warm-up and the duck that started this sink.
+    std::size_t cursor = afterWarmUp(rec);
+    const std::ptrdiff_t duckOnset = firstSound(rec, cursor);
+    ASSERT_GE(duckOnset, 0);
+    const std::size_t duckLength = Chiptune::samples(ArcadeCue::duck).size();
+    cursor = static_cast<std::size_t>(lastSound(rec, duckOnset, duckOnset + duckLength)) + 1;
+    const std::ptrdiff_t onset = firstSound(rec, cursor);
+    ASSERT_GE(onset, 0);
+    const std::ptrdiff_t wantFirst = firstSound(record);
+    const auto start = static_cast<std::size_t>(onset - wantFirst);
+    const std::ptrdiff_t heardEnd = lastSound(rec, start, start + record.size() + Chiptune::sampleRate / 2);
+    const double heardMs = (heardEnd - onset + 1) / rate * 1000;
+    const double wantMs = (lastSound(record, 0, record.size()) - wantFirst + 1) / rate * 1000;
+    const double silentMs = longestSilence(rec, onset, heardEnd) / rate * 1000;
+    const double wantSilentMs = longestSilence(record, wantFirst, record.size()) / rate * 1000;
+    std::printf("record heard %.1f ms (rendered %.1f ms); longest silence inside %.1f ms (rendered %.1f ms); "
+                "%d underruns during it\n",
+                heardMs, wantMs, silentMs, wantSilentMs, gapsInTheCue);
+    // A gap shows three ways: a longer sound, a silence the cue does not have, a mismatch after it.
+    EXPECT_NEAR(heardMs, wantMs, 3.0);
+    EXPECT_LE(silentMs, wantSilentMs + 1.0);
+    EXPECT_LT(mismatch(rec, start, record, record.size()), 1e-4f);
+    EXPECT_EQ(gapsInTheCue, 0);
+}
+
 // A stream starved while a sound plays is a gap a listener hears: the next start
 // of the sink asks the server for more room. Starved in the silence after a
 // sound, it is not heard and changes nothing.
@@ -225,16 +290,22 @@ protected:
         pump(2200);
         voice = mixer.addVoice(std::vector<float>(Chiptune::sampleRate / 2, 0.25f)); // half a second
     }
-    // Keeps the event loop, and with it every top-up, away for far longer than the buffer lasts.
-    static void starve() { QThread::msleep(250); }
+    // Keeps the audio thread, and with it every top-up, away for far longer than the buffer lasts.
+    void starve() {
+        QMetaObject::invokeMethod(mixer.feedContext(), [] { QThread::msleep(250); });
+    }
+    // The sink starts on the audio thread, a moment after the voice.
+    void startVoice() {
+        mixer.startVoice(voice);
+        ASSERT_TRUE(pumpUntil([&] { return mixer.isSinkRunning(); }, 2000)) << "the sink never started";
+    }
     std::unique_ptr<MonitorRecording> recording;
     AudioMixer mixer;
     std::shared_ptr<AudioMixer::Voice> voice;
 };
 
 TEST_F(AudioMixerStarved, DuringASoundTheNextStartAsksForMore) {
-    mixer.startVoice(voice);
-    ASSERT_TRUE(mixer.isSinkRunning());
+    startVoice();
     pump(60);
     starve();
     ASSERT_TRUE(pumpUntil([&] { return mixer.underruns() > 0; }, 2000)) << "the stream never ran dry";
@@ -243,7 +314,7 @@ TEST_F(AudioMixerStarved, DuringASoundTheNextStartAsksForMore) {
     for (int i = 0; i < 3; ++i) {
         ASSERT_TRUE(pumpUntil([&] { return !mixer.isSinkRunning(); }, 5000));
         const int before = mixer.underruns();
-        mixer.startVoice(voice);
+        startVoice();
         pump(60);
         starve();
         ASSERT_TRUE(pumpUntil([&] { return mixer.underruns() > before; }, 2000));
@@ -258,7 +329,7 @@ TEST_F(AudioMixerStarved, InTheSilenceAfterASoundNothingChanges) {
     for (int attempt = 0; attempt < 3; ++attempt) {
         ASSERT_TRUE(pumpUntil([&] { return !mixer.isSinkRunning(); }, 5000));
         const int before = mixer.bufferBytes();
-        mixer.startVoice(voice);
+        startVoice();
         ASSERT_TRUE(pumpUntil([&] { return !mixer.isVoicePlaying(voice); }, 2000));
         pump(300); // the sink holds on, writing silence
         ASSERT_TRUE(mixer.isSinkRunning());
