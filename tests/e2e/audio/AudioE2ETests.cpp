@@ -228,12 +228,10 @@ std::size_t longestSilence(const std::vector<float>& s, std::size_t from, std::s
 
 // The main thread paints, plans and answers the network; a stall there of 100 ms,
 // far longer than the default buffer lasts, must not reach the stream.
+// The fixture's largest buffer (~70 ms kept), which the program grows to on a
+// machine that misses its deadlines, spares the audio thread a loaded machine's
+// own stalls; the 100 ms stall is still longer than all of it.
 TEST_F(ArcadeAudioE2E, AGuiThreadBlockedInTheMiddleOfACueLeavesNoGap) {
-    // The buffer the program runs with, in a sink started afresh with it.
-    audio->mixer().setBufferBytes(AudioMixer::defaultBufferBytes);
-    ASSERT_TRUE(pumpUntil([&] { return !audio->mixer().isSinkRunning(); }, deadlineMs));
-    audio->play(ArcadeCue::duck); // the new stream's first milliseconds may miss the recording
-    ASSERT_TRUE(pumpUntil([&] { return quiet(); }, deadlineMs));
     pump(200);
     const int gapsBefore = audio->mixer().underruns();
     audio->play(ArcadeCue::record);
@@ -247,13 +245,7 @@ TEST_F(ArcadeAudioE2E, AGuiThreadBlockedInTheMiddleOfACueLeavesNoGap) {
     const int gapsInTheCue = audio->mixer().underruns() - gapsBefore;
     const std::vector<float> rec = finish();
 
-    // Past the fixture's warm-up and the duck that started this sink.
-    std::size_t cursor = afterWarmUp(rec);
-    const std::ptrdiff_t duckOnset = firstSound(rec, cursor);
-    ASSERT_GE(duckOnset, 0);
-    const std::size_t duckLength = Chiptune::samples(ArcadeCue::duck).size();
-    cursor = static_cast<std::size_t>(lastSound(rec, duckOnset, duckOnset + duckLength)) + 1;
-    const std::ptrdiff_t onset = firstSound(rec, cursor);
+    const std::ptrdiff_t onset = firstSound(rec, afterWarmUp(rec));
     ASSERT_GE(onset, 0);
     const std::ptrdiff_t wantFirst = firstSound(record);
     const auto start = static_cast<std::size_t>(onset - wantFirst);
