@@ -13,8 +13,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <memory>
+#include <string>
 
 using namespace vantrel;
 using namespace vantrel::testing;
@@ -262,6 +264,49 @@ TEST_F(ArcadeAudioE2E, AGuiThreadBlockedInTheMiddleOfACueLeavesNoGap) {
     EXPECT_LE(silentMs, wantSilentMs + 1.0);
     EXPECT_LT(mismatch(rec, start, record, record.size()), 1e-4f);
     EXPECT_EQ(gapsInTheCue, 0);
+}
+
+namespace {
+
+// Context switches so far of this process's thread named `name`; -1 when there is none.
+long contextSwitches(const std::string& name) {
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string comm;
+        std::getline(std::ifstream(task.path() / "comm"), comm);
+        if (comm != name) {
+            continue;
+        }
+        std::ifstream status(task.path() / "status");
+        long total = 0;
+        for (std::string line; std::getline(status, line);) {
+            if (line.find("ctxt_switches:") != std::string::npos) {
+                total += std::stol(line.substr(line.find(':') + 1));
+            }
+        }
+        return total;
+    }
+    return -1;
+}
+
+} // namespace
+
+// Silence costs nothing: once the sink has stopped after the hold, the audio
+// thread sleeps in its event loop until the next sound.
+TEST_F(ArcadeAudioE2E, AfterTheHoldTheAudioThreadSleeps) {
+    audio->play(ArcadeCue::jump);
+    ASSERT_TRUE(pumpUntil([&] { return quiet(); }, deadlineMs));
+    ASSERT_TRUE(pumpUntil([&] { return !audio->mixer().isSinkRunning(); }, deadlineMs));
+    pump(100); // the stop's own work settles
+    const long before = contextSwitches("vantrel-audio");
+    ASSERT_GE(before, 0) << "no audio thread";
+    pump(1000);
+    const long after = contextSwitches("vantrel-audio");
+    std::printf("the audio thread ran %ld times in a silent second\n", after - before);
+    EXPECT_EQ(after, before);
+    // And it still answers: the next sound is heard.
+    audio->play(ArcadeCue::jump);
+    ASSERT_TRUE(pumpUntil([&] { return audio->mixer().isSinkRunning(); }, deadlineMs));
+    finish();
 }
 
 // A stream starved while a sound plays is a gap a listener hears: the next start
