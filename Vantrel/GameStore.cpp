@@ -27,7 +27,7 @@ uint64_t systemSeed() {
 GameStore::GameStore(std::unique_ptr<QSettings> settings, const Clock& clock, uint64_t seed, QObject* parent)
     : QObject(parent), m_preferences(std::move(settings)), m_clock(clock),
       m_runner(seed != 0 ? seed : systemSeed()), m_best(m_preferences.best()),
-      m_audio(new ArcadeAudio(clock, this)) {
+      m_audio(new ArcadeAudio(this)) {
     m_timer.setTimerType(Qt::PreciseTimer);
     // 16 ms rather than 16.67: each tick measures its own delta, and the
     // runner's fixed sub-steps absorb the difference.

@@ -1,7 +1,5 @@
 #include "Vantrel/audio/ArcadeAudio.h"
 
-#include "Vantrel/audio/QtAudioSink.h"
-
 #include "Vantrel/platform/VectorState.h"
 #include "VantrelCore/Chiptune.h"
 
@@ -16,9 +14,6 @@ bool isReward(ArcadeCue cue) {
 } // namespace
 
 ArcadeAudio::ArcadeAudio(QObject* parent) : ArcadeAudio(renderCue, parent) {}
-
-ArcadeAudio::ArcadeAudio(const Clock& clock, QObject* parent)
-    : ArcadeAudio(renderCue, std::make_unique<QtAudioSink>(), clock, parent) {}
 
 std::vector<uint8_t> ArcadeAudio::renderCue(ArcadeCue cue) {
     // The last paint may have left the vector unit in a state that makes the

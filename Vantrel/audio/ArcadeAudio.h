@@ -17,19 +17,20 @@ namespace vantrel {
 
 // Plays the game's sound cues. Actions (jump, duck, crash) sound at once and may
 // overlap; rewards (milestone, record) queue so two fanfares never overlap.
-// Whether sound is on at all is the caller's business. Main thread only.
+// Whether sound is on at all is the caller's business. Main thread only: the
+// mixer's feed thread only mixes what these players handed it.
 class ArcadeAudio : public QObject {
     Q_OBJECT
 public:
     // The WAV image for a cue; the game uses Chiptune::waveData.
     using WaveSource = std::function<std::vector<uint8_t>(ArcadeCue)>;
 
-    // The game's cues on the sound server, on the steady clock.
+    // The game's cues on the sound server, mixed and fed on an audio thread: the
+    // stream's timing is the server's, on the steady clock, whatever the game's clock.
     explicit ArcadeAudio(QObject* parent = nullptr);
-    // The game's cues on the sound server, timed by `clock` (which must outlive this).
-    explicit ArcadeAudio(const Clock& clock, QObject* parent = nullptr);
     explicit ArcadeAudio(WaveSource source, QObject* parent = nullptr);
-    // Into `sink`, with the mixer's hold timed by `clock` (which must outlive this).
+    // Into `sink`, fed on this thread, with the mixer's hold timed by `clock`
+    // (which must outlive this): tests step both by hand.
     ArcadeAudio(WaveSource source, std::unique_ptr<AudioSink> sink, const Clock& clock,
                 QObject* parent = nullptr);
     ~ArcadeAudio() override;

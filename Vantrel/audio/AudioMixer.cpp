@@ -5,6 +5,9 @@
 #include "Vantrel/audio/QtAudioSink.h"
 #include "VantrelCore/Chiptune.h"
 
+#include <QMetaObject>
+#include <QThread>
+
 #include <algorithm>
 #include <cmath>
 #include <span>
@@ -24,41 +27,78 @@ const Clock& steadyClock() {
 } // namespace
 
 AudioMixer::AudioMixer(QObject* parent)
-    : AudioMixer(std::make_unique<QtAudioSink>(), steadyClock(), parent) {}
+    : AudioMixer(std::make_unique<QtAudioSink>(), steadyClock(), Feeding::onAudioThread, parent) {}
 
 AudioMixer::AudioMixer(std::unique_ptr<AudioSink> sink, const Clock& clock, QObject* parent)
-    : QObject(parent), m_sink(std::move(sink)), m_clock(clock) {
-    m_idleTimer.setSingleShot(true);
-    connect(&m_idleTimer, &QTimer::timeout, this, &AudioMixer::idleCheck);
-    m_feedTimer.setTimerType(Qt::PreciseTimer);
-    connect(&m_feedTimer, &QTimer::timeout, this, &AudioMixer::feed);
-    connect(m_sink.get(), &AudioSink::starved, this, [this] {
+    : AudioMixer(std::move(sink), clock, Feeding::onThisThread, parent) {}
+
+AudioMixer::AudioMixer(std::unique_ptr<AudioSink> sink, const Clock& clock, Feeding feeding, QObject* parent)
+    : QObject(parent), m_clock(clock), m_sink(std::move(sink)) {
+    m_feeder = new QObject;
+    m_idleTimer = new QTimer(m_feeder);
+    m_idleTimer->setSingleShot(true);
+    connect(m_idleTimer, &QTimer::timeout, m_feeder, [this] { idleCheck(); });
+    m_feedTimer = new QTimer(m_feeder);
+    m_feedTimer->setTimerType(Qt::PreciseTimer);
+    connect(m_feedTimer, &QTimer::timeout, m_feeder, [this] { feed(); });
+    connect(m_sink.get(), &AudioSink::starved, m_feeder, [this] {
         if (m_sinkRunning) {
             noteGap();
         }
     });
-    connect(m_sink.get(), &AudioSink::lost, this, [this] {
+    connect(m_sink.get(), &AudioSink::lost, m_feeder, [this] {
         // Sounding voices end: nothing will play them.
         if (m_sinkRunning) {
             stopSink();
             failAllVoices();
         }
     });
+    if (feeding == Feeding::onAudioThread) {
+        m_thread = std::make_unique<QThread>();
+        m_thread->setObjectName(QStringLiteral("vantrel-audio"));
+        m_feeder->moveToThread(m_thread.get());
+        // The sink makes its stream on first start, on this thread: the stream is the sink's child.
+        m_sink->moveToThread(m_thread.get());
+        // The thread sleeps in its event loop while nothing sounds: no timers run then.
+        m_thread->start();
+    }
 }
 
 AudioMixer::~AudioMixer() {
-    m_feedTimer.stop();
-    m_idleTimer.stop();
-    if (m_sinkRunning) {
-        m_sinkRunning = false;
-        m_sink->stop();
+    if (m_thread) {
+        // Everything queued before runs first; nothing is queued after.
+        QMetaObject::invokeMethod(
+            m_feeder, [this] { shutDownFeed(); }, Qt::BlockingQueuedConnection);
+        m_thread->quit();
+        m_thread->wait();
+    } else {
+        shutDownFeed();
     }
-    m_sink.reset();
+    delete m_feeder; // its thread has ended: it handles no more events
+    std::lock_guard lock(m_voicesLock);
     for (const auto& voice : m_voices) {
         voice->playing = false;
         voice->ended = nullptr;
     }
     m_voices.clear();
+}
+
+void AudioMixer::shutDownFeed() {
+    m_feedTimer->stop();
+    m_idleTimer->stop();
+    if (m_sinkRunning) {
+        m_sinkRunning = false;
+        m_sink->stop();
+    }
+    m_sink.reset(); // its stream goes on the thread that made it
+}
+
+void AudioMixer::onFeedThread(std::function<void()> work) {
+    if (QThread::currentThread() == m_feeder->thread()) {
+        work();
+    } else {
+        QMetaObject::invokeMethod(m_feeder, std::move(work), Qt::QueuedConnection);
+    }
 }
 
 bool AudioMixer::isSettableBufferBytes(int bytes) {
@@ -72,50 +112,65 @@ qint64 AudioMixer::nowMilliseconds() const {
 std::shared_ptr<AudioMixer::Voice> AudioMixer::addVoice(std::vector<float> samples) {
     auto voice = std::make_shared<Voice>();
     voice->samples = std::move(samples);
+    std::lock_guard lock(m_voicesLock);
     m_voices.push_back(voice);
     return voice;
 }
 
 void AudioMixer::removeVoice(const std::shared_ptr<Voice>& voice) {
+    std::lock_guard lock(m_voicesLock);
     voice->playing = false;
     voice->ended = nullptr;
     m_voices.erase(std::remove(m_voices.begin(), m_voices.end(), voice), m_voices.end());
 }
 
 void AudioMixer::startVoice(const std::shared_ptr<Voice>& voice) {
-    if (voice->position >= voice->samples.size()) {
-        voice->position = 0;
+    {
+        std::lock_guard lock(m_voicesLock);
+        if (voice->position >= voice->samples.size()) {
+            voice->position = 0;
+        }
+        voice->playing = true;
     }
-    voice->playing = true;
-    ensureSink();
     // Into whatever room the server has now, not at the next tick.
-    feed();
+    onFeedThread([this] {
+        ensureSink();
+        feed();
+    });
 }
 
 void AudioMixer::stopVoice(const std::shared_ptr<Voice>& voice) {
-    voice->playing = false;
+    {
+        std::lock_guard lock(m_voicesLock);
+        voice->playing = false;
+    }
     if (!anyPlaying()) {
-        armIdleStop();
+        onFeedThread([this] { armIdleStop(); });
     }
 }
 
 void AudioMixer::rewindVoice(const std::shared_ptr<Voice>& voice) {
+    std::lock_guard lock(m_voicesLock);
     voice->position = 0;
 }
 
 void AudioMixer::setVoiceVolume(const std::shared_ptr<Voice>& voice, float volume) {
+    std::lock_guard lock(m_voicesLock);
     voice->volume = volume;
 }
 
 bool AudioMixer::isVoicePlaying(const std::shared_ptr<Voice>& voice) const {
+    std::lock_guard lock(m_voicesLock);
     return voice->playing;
 }
 
 std::size_t AudioMixer::voicePosition(const std::shared_ptr<Voice>& voice) const {
+    std::lock_guard lock(m_voicesLock);
     return voice->position;
 }
 
 bool AudioMixer::anyPlaying() const {
+    std::lock_guard lock(m_voicesLock);
     return std::any_of(m_voices.begin(), m_voices.end(), [](const auto& v) { return v->playing; });
 }
 
@@ -123,27 +178,33 @@ void AudioMixer::mix(float* out, std::size_t frames) {
     std::fill(out, out + frames, 0.0f);
     bool audible = false;
     bool endedNow = false;
-    // A voice's `ended` may start or remove voices: walk a copy.
-    const std::vector<std::shared_ptr<Voice>> voices = m_voices;
-    for (const auto& voice : voices) {
-        if (!voice->playing) {
-            continue;
-        }
-        const std::size_t left = voice->samples.size() - std::min(voice->position, voice->samples.size());
-        const std::size_t n = std::min(left, frames);
-        const float* in = voice->samples.data() + voice->position;
-        for (std::size_t i = 0; i < n; ++i) {
-            out[i] += in[i] * voice->volume;
-        }
-        voice->position += n;
-        audible = audible || n > 0;
-        if (voice->position >= voice->samples.size()) {
-            voice->playing = false;
-            endedNow = true;
-            if (voice->ended) {
-                voice->ended();
+    bool anyLeft = false;
+    {
+        // Held for one mix of a few voices (microseconds): the owning thread waits no longer.
+        std::lock_guard lock(m_voicesLock);
+        // A voice's `ended` may start or remove voices: walk a copy.
+        const std::vector<std::shared_ptr<Voice>> voices = m_voices;
+        for (const auto& voice : voices) {
+            if (!voice->playing) {
+                continue;
+            }
+            const std::size_t left = voice->samples.size() - std::min(voice->position, voice->samples.size());
+            const std::size_t n = std::min(left, frames);
+            const float* in = voice->samples.data() + voice->position;
+            for (std::size_t i = 0; i < n; ++i) {
+                out[i] += in[i] * voice->volume;
+            }
+            voice->position += n;
+            audible = audible || n > 0;
+            if (voice->position >= voice->samples.size()) {
+                voice->playing = false;
+                endedNow = true;
+                if (voice->ended) {
+                    voice->ended();
+                }
             }
         }
+        anyLeft = std::any_of(m_voices.begin(), m_voices.end(), [](const auto& v) { return v->playing; });
     }
     for (std::size_t i = 0; i < frames; ++i) {
         out[i] = std::clamp(out[i], -1.0f, 1.0f);
@@ -151,7 +212,7 @@ void AudioMixer::mix(float* out, std::size_t frames) {
     if (audible) {
         m_lastAudibleMs = nowMilliseconds();
     }
-    if (endedNow && !anyPlaying()) {
+    if (endedNow && !anyLeft) {
         armIdleStop();
     }
 }
@@ -181,20 +242,22 @@ void AudioMixer::noteGap() {
     // gap may be seen twice (by the sink and by the top-up): grow once per start.
     const bool heard = anyPlaying() || nowMilliseconds() - m_lastAudibleMs < heardGapMilliseconds;
     if (heard && !m_grewThisRun) {
-        m_bufferBytes = std::max(m_bufferBytes, std::min(m_bufferBytes * 3 / 2, maxBufferBytes));
+        const int was = m_bufferBytes;
+        m_bufferBytes = std::max(was, std::min(was * 3 / 2, maxBufferBytes));
         m_grewThisRun = true;
     }
     qCDebug(lcAudio) << "the stream ran dry" << (heard ? "in a sound" : "in silence")
-                     << "; the next start asks for" << m_bufferBytes << "bytes";
+                     << "; the next start asks for" << m_bufferBytes.load() << "bytes";
 }
 
 void AudioMixer::ensureSink() {
-    m_idleTimer.stop();
+    m_idleTimer->stop();
     if (m_sinkRunning) {
         return;
     }
     ++m_sinkStarts;
-    if (!m_sink->start(m_bufferBytes)) {
+    const int asked = m_bufferBytes;
+    if (!m_sink->start(asked)) {
         ++m_sinkFailures;
         failAllVoices();
         return;
@@ -204,13 +267,15 @@ void AudioMixer::ensureSink() {
     m_fedSinceStart = false;
     m_grewThisRun = false;
     // Top up about four times per buffer the server keeps, so one late tick is no gap.
-    m_keptBytes = m_sink->bufferSize() > 0 ? m_sink->bufferSize() : m_bufferBytes;
-    m_feedTimer.start(static_cast<int>(std::clamp<qint64>(m_keptBytes / bytesPerMs / 4, 2, 20)));
-    qCDebug(lcAudio) << "sink started: asked for" << m_bufferBytes << "bytes, the server keeps" << m_keptBytes
-                     << "; top-up every" << m_feedTimer.interval() << "ms";
+    m_keptBytes = m_sink->bufferSize() > 0 ? m_sink->bufferSize() : asked;
+    m_feedIntervalMs = static_cast<int>(std::clamp<qint64>(m_keptBytes / bytesPerMs / 4, 2, 20));
+    m_feedTimer->start(m_feedIntervalMs);
+    qCDebug(lcAudio) << "sink started: asked for" << asked << "bytes, the server keeps" << m_keptBytes
+                     << "; top-up every" << m_feedIntervalMs.load() << "ms";
 }
 
 void AudioMixer::failAllVoices() {
+    std::lock_guard lock(m_voicesLock);
     for (const auto& voice : std::vector<std::shared_ptr<Voice>>(m_voices)) {
         if (voice->playing) {
             voice->playing = false;
@@ -223,7 +288,7 @@ void AudioMixer::failAllVoices() {
 
 void AudioMixer::armIdleStop() {
     if (m_sinkRunning) {
-        m_idleTimer.start(holdMilliseconds);
+        m_idleTimer->start(holdMilliseconds);
     }
 }
 
@@ -233,15 +298,15 @@ void AudioMixer::idleCheck() {
     }
     const qint64 silentFor = nowMilliseconds() - m_lastAudibleMs;
     if (silentFor < holdMilliseconds) {
-        m_idleTimer.start(static_cast<int>(holdMilliseconds - silentFor));
+        m_idleTimer->start(static_cast<int>(holdMilliseconds - silentFor));
         return;
     }
     stopSink();
 }
 
 void AudioMixer::stopSink() {
-    m_idleTimer.stop();
-    m_feedTimer.stop();
+    m_idleTimer->stop();
+    m_feedTimer->stop();
     if (!m_sinkRunning) {
         return;
     }

@@ -9,7 +9,12 @@
 
 #include <gtest/gtest.h>
 
+#include <QThread>
+
+#include <atomic>
+#include <chrono>
 #include <memory>
+#include <span>
 
 using namespace vantrel;
 using namespace vantrel::testing;
@@ -259,4 +264,91 @@ TEST(AudioMixerSetting, TakesOnlyABufferItCanUse) {
     EXPECT_TRUE(AudioMixer::isSettableBufferBytes(AudioMixer::maxBufferBytes));
     EXPECT_TRUE(AudioMixer::isSettableBufferBytes(1 << 20));
     EXPECT_FALSE(AudioMixer::isSettableBufferBytes((1 << 20) + 1));
+}
+
+namespace {
+
+// A server that plays in real time: room appears as the steady clock moves on.
+// Used only on the feed thread (it is moved there with the mixer's sink); the
+// test reads what it saw through atomics.
+class PacedSink final : public AudioSink {
+public:
+    bool start(int bufferBytes) override {
+        kept = bufferBytes;
+        held = 0;
+        fed = false;
+        last = std::chrono::steady_clock::now();
+        running = true;
+        return true;
+    }
+    void stop() override { running = false; }
+    qint64 bytesFree() const override {
+        playUntilNow();
+        return running ? kept - held : 0;
+    }
+    qint64 bufferSize() const override { return running ? kept : 0; }
+    void write(std::span<const float> samples) override {
+        playUntilNow();
+        held += static_cast<qint64>(samples.size_bytes());
+        fed = true;
+        writtenFrames += static_cast<long>(samples.size());
+    }
+
+    std::atomic<long> writtenFrames{0};
+    mutable std::atomic<int> dryWhileRunning{0}; // times the server found nothing to play
+
+private:
+    void playUntilNow() const {
+        const auto now = std::chrono::steady_clock::now();
+        const auto us = std::chrono::duration_cast<std::chrono::microseconds>(now - last).count();
+        const qint64 played = us * Chiptune::sampleRate / 1000000 * RecordingAudioSink::bytesPerFrame;
+        if (played <= 0) {
+            return;
+        }
+        last = now;
+        if (running && fed && played > held) {
+            ++dryWhileRunning;
+        }
+        held = std::max<qint64>(0, held - played);
+    }
+    qint64 kept = 0;
+    mutable qint64 held = 0;
+    mutable std::chrono::steady_clock::time_point last;
+    bool running = false;
+    bool fed = false;
+};
+
+} // namespace
+
+// The program's mixer feeds from a thread of its own: an owning (GUI) thread
+// that neither returns to its event loop nor calls the mixer for 100 ms, far
+// longer than the buffer lasts, leaves the voice sounding without a break.
+TEST(AudioMixerOnAudioThread, FeedsWhileTheOwningThreadIsBusy) {
+    auto owned = std::make_unique<PacedSink>();
+    PacedSink* sink = owned.get();
+    SteadyClock clock;
+    {
+        AudioMixer mixer(std::move(owned), clock, AudioMixer::Feeding::onAudioThread);
+        ASSERT_NE(mixer.feedContext()->thread(), QThread::currentThread());
+        // The largest buffer (93 ms) spares the feed thread a loaded machine's stalls; still under 100 ms.
+        mixer.setBufferBytes(AudioMixer::maxBufferBytes);
+        auto voice = mixer.addVoice(std::vector<float>(Chiptune::sampleRate, 0.5f)); // 1 s
+        mixer.startVoice(voice);
+        const auto started = std::chrono::steady_clock::now();
+        while (sink->writtenFrames == 0 &&
+               std::chrono::steady_clock::now() - started < std::chrono::seconds(5)) {
+            QThread::msleep(1);
+        }
+        ASSERT_GT(sink->writtenFrames, 0) << "the feed thread never wrote";
+        const std::size_t before = mixer.voicePosition(voice);
+        QThread::msleep(100); // busy: no event loop, no calls
+        const std::size_t after = mixer.voicePosition(voice);
+        EXPECT_GE(after - before, static_cast<std::size_t>(Chiptune::sampleRate / 20))
+            << "under 50 ms mixed in 100";
+        EXPECT_TRUE(mixer.isVoicePlaying(voice));
+        EXPECT_EQ(sink->dryWhileRunning, 0);
+        EXPECT_TRUE(mixer.isSinkRunning());
+        EXPECT_EQ(mixer.underruns(), 0);
+        mixer.stopVoice(voice);
+    } // the destructor ends the thread, the sink with it
 }

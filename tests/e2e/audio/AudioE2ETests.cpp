@@ -11,8 +11,12 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <memory>
+#include <string>
 
 using namespace vantrel;
 using namespace vantrel::testing;
@@ -185,6 +189,8 @@ TEST_F(ArcadeAudioE2E, StopAllSilencesAtOnce) {
     const std::vector<float> record = expectedSound(ArcadeCue::record, ArcadeAudio::volume);
     // Stopped a quarter of the way through the record (740 ms).
     ASSERT_TRUE(pumpUntil([&] { return recordPlayer->position() >= record.size() / 4; }, deadlineMs));
+    // The audio thread mixes on meanwhile: what it handed over is known once the record stops.
+    recordPlayer->stop();
     const std::size_t handedOver = recordPlayer->position();
     ASSERT_LT(handedOver, record.size() / 2);
     audio->stopAll();
@@ -207,6 +213,102 @@ TEST_F(ArcadeAudioE2E, StopAllSilencesAtOnce) {
     EXPECT_EQ(end, wantEnd);
 }
 
+namespace {
+
+// The longest run of silent samples in s[from, to).
+std::size_t longestSilence(const std::vector<float>& s, std::size_t from, std::size_t to) {
+    std::size_t longest = 0;
+    std::size_t run = 0;
+    for (std::size_t i = from; i < std::min(to, s.size()); ++i) {
+        run = std::fabs(s[i]) > silenceLevel ? 0 : run + 1;
+        longest = std::max(longest, run);
+    }
+    return longest;
+}
+
+} // namespace
+
+// The main thread paints, plans and answers the network; a stall there of 100 ms,
+// far longer than the default buffer lasts, must not reach the stream.
+// The fixture's largest buffer (~70 ms kept), which the program grows to on a
+// machine that misses its deadlines, spares the audio thread a loaded machine's
+// own stalls; the 100 ms stall is still longer than all of it.
+TEST_F(ArcadeAudioE2E, AGuiThreadBlockedInTheMiddleOfACueLeavesNoGap) {
+    pump(200);
+    const int gapsBefore = audio->mixer().underruns();
+    audio->play(ArcadeCue::record);
+    WavPlayer* recordPlayer = audio->cachedPlayer(ArcadeCue::record);
+    ASSERT_NE(recordPlayer, nullptr);
+    const std::vector<float> record = expectedSound(ArcadeCue::record, ArcadeAudio::volume);
+    ASSERT_TRUE(pumpUntil([&] { return recordPlayer->position() >= record.size() / 3; }, deadlineMs));
+    ASSERT_LT(recordPlayer->position(), record.size() / 2);
+    QThread::msleep(100); // the GUI thread busy: no events, no timers
+    ASSERT_TRUE(pumpUntil([&] { return quiet(); }, deadlineMs));
+    const int gapsInTheCue = audio->mixer().underruns() - gapsBefore;
+    const std::vector<float> rec = finish();
+
+    const std::ptrdiff_t onset = firstSound(rec, afterWarmUp(rec));
+    ASSERT_GE(onset, 0);
+    const std::ptrdiff_t wantFirst = firstSound(record);
+    const auto start = static_cast<std::size_t>(onset - wantFirst);
+    const std::ptrdiff_t heardEnd = lastSound(rec, start, start + record.size() + Chiptune::sampleRate / 2);
+    const double heardMs = (heardEnd - onset + 1) / rate * 1000;
+    const double wantMs = (lastSound(record, 0, record.size()) - wantFirst + 1) / rate * 1000;
+    const double silentMs = longestSilence(rec, onset, heardEnd) / rate * 1000;
+    const double wantSilentMs = longestSilence(record, wantFirst, record.size()) / rate * 1000;
+    std::printf("record heard %.1f ms (rendered %.1f ms); longest silence inside %.1f ms (rendered %.1f ms); "
+                "%d underruns during it\n",
+                heardMs, wantMs, silentMs, wantSilentMs, gapsInTheCue);
+    // A gap shows three ways: a longer sound, a silence the cue does not have, a mismatch after it.
+    EXPECT_NEAR(heardMs, wantMs, 3.0);
+    EXPECT_LE(silentMs, wantSilentMs + 1.0);
+    EXPECT_LT(mismatch(rec, start, record, record.size()), 1e-4f);
+    EXPECT_EQ(gapsInTheCue, 0);
+}
+
+namespace {
+
+// Context switches so far of this process's thread named `name`; -1 when there is none.
+long contextSwitches(const std::string& name) {
+    for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::string comm;
+        std::getline(std::ifstream(task.path() / "comm"), comm);
+        if (comm != name) {
+            continue;
+        }
+        std::ifstream status(task.path() / "status");
+        long total = 0;
+        for (std::string line; std::getline(status, line);) {
+            if (line.find("ctxt_switches:") != std::string::npos) {
+                total += std::stol(line.substr(line.find(':') + 1));
+            }
+        }
+        return total;
+    }
+    return -1;
+}
+
+} // namespace
+
+// Silence costs nothing: once the sink has stopped after the hold, the audio
+// thread sleeps in its event loop until the next sound.
+TEST_F(ArcadeAudioE2E, AfterTheHoldTheAudioThreadSleeps) {
+    audio->play(ArcadeCue::jump);
+    ASSERT_TRUE(pumpUntil([&] { return quiet(); }, deadlineMs));
+    ASSERT_TRUE(pumpUntil([&] { return !audio->mixer().isSinkRunning(); }, deadlineMs));
+    pump(100); // the stop's own work settles
+    const long before = contextSwitches("vantrel-audio");
+    ASSERT_GE(before, 0) << "no audio thread";
+    pump(1000);
+    const long after = contextSwitches("vantrel-audio");
+    std::printf("the audio thread ran %ld times in a silent second\n", after - before);
+    EXPECT_EQ(after, before);
+    // And it still answers: the next sound is heard.
+    audio->play(ArcadeCue::jump);
+    ASSERT_TRUE(pumpUntil([&] { return audio->mixer().isSinkRunning(); }, deadlineMs));
+    finish();
+}
+
 // A stream starved while a sound plays is a gap a listener hears: the next start
 // of the sink asks the server for more room. Starved in the silence after a
 // sound, it is not heard and changes nothing.
@@ -225,16 +327,22 @@ protected:
         pump(2200);
         voice = mixer.addVoice(std::vector<float>(Chiptune::sampleRate / 2, 0.25f)); // half a second
     }
-    // Keeps the event loop, and with it every top-up, away for far longer than the buffer lasts.
-    static void starve() { QThread::msleep(250); }
+    // Keeps the audio thread, and with it every top-up, away for far longer than the buffer lasts.
+    void starve() {
+        QMetaObject::invokeMethod(mixer.feedContext(), [] { QThread::msleep(250); });
+    }
+    // The sink starts on the audio thread, a moment after the voice.
+    void startVoice() {
+        mixer.startVoice(voice);
+        ASSERT_TRUE(pumpUntil([&] { return mixer.isSinkRunning(); }, 2000)) << "the sink never started";
+    }
     std::unique_ptr<MonitorRecording> recording;
     AudioMixer mixer;
     std::shared_ptr<AudioMixer::Voice> voice;
 };
 
 TEST_F(AudioMixerStarved, DuringASoundTheNextStartAsksForMore) {
-    mixer.startVoice(voice);
-    ASSERT_TRUE(mixer.isSinkRunning());
+    startVoice();
     pump(60);
     starve();
     ASSERT_TRUE(pumpUntil([&] { return mixer.underruns() > 0; }, 2000)) << "the stream never ran dry";
@@ -243,7 +351,7 @@ TEST_F(AudioMixerStarved, DuringASoundTheNextStartAsksForMore) {
     for (int i = 0; i < 3; ++i) {
         ASSERT_TRUE(pumpUntil([&] { return !mixer.isSinkRunning(); }, 5000));
         const int before = mixer.underruns();
-        mixer.startVoice(voice);
+        startVoice();
         pump(60);
         starve();
         ASSERT_TRUE(pumpUntil([&] { return mixer.underruns() > before; }, 2000));
@@ -258,7 +366,7 @@ TEST_F(AudioMixerStarved, InTheSilenceAfterASoundNothingChanges) {
     for (int attempt = 0; attempt < 3; ++attempt) {
         ASSERT_TRUE(pumpUntil([&] { return !mixer.isSinkRunning(); }, 5000));
         const int before = mixer.bufferBytes();
-        mixer.startVoice(voice);
+        startVoice();
         ASSERT_TRUE(pumpUntil([&] { return !mixer.isVoicePlaying(voice); }, 2000));
         pump(300); // the sink holds on, writing silence
         ASSERT_TRUE(mixer.isSinkRunning());
