@@ -316,6 +316,7 @@ void NotchView::setShapeRadius(double radius) {
     if (radius != m_radius) {
         m_radius = radius;
         update();
+        emit shapeRadiusChanged(m_radius);
     }
 }
 
