@@ -65,16 +65,25 @@ def main(program):
             background = max(pixels[CORNER - 1][0])
             assert background > 200, "the window underneath does not show at the corner: %s" % (
                 pixels[CORNER - 1][0],)
-            # Along the curve, the edge fades from the panel's black to the background. Pixels the
-            # outline covers by less than about half are lighter than middle grey: a one-bit cut
-            # would have removed them.
-            light = [(c, r, pixels[r][c]) for r in range(CORNER) for c in range(CORNER)
-                     if background / 2 < max(pixels[r][c]) < background - 16]
-            dark = [(c, r, pixels[r][c]) for r in range(CORNER) for c in range(CORNER)
-                    if 16 < max(pixels[r][c]) <= background / 2]
-            print("  corner edge: %d light and %d dark intermediate pixels" % (len(light), len(dark)), flush=True)
-            assert len(light) >= EXPANDED_RADIUS // 2, "the corner's edge is not antialiased: %d light pixels %s" % (
-                len(light), light[:5])
+            # Along the curve the edge fades from the panel's black to the background by how much of
+            # each pixel the outline covers. A one-bit cut would leave the background in the pixels
+            # the outline covers partly but that lie outside the cut.
+            top = EXPANDED[3] - CORNER
+            edge, off = [], []
+            for r in range(CORNER):
+                for c in range(CORNER):
+                    coverage = xshape.corner_coverage(EXPANDED_RADIUS, EXPANDED[3], c, top + r)
+                    if 0.1 < coverage < 0.9:
+                        expected = background * (1 - coverage)
+                        seen = max(pixels[r][c])
+                        edge.append((c, r, round(coverage, 2), seen))
+                        if abs(seen - expected) > 48:
+                            off.append((c, r, round(coverage, 2), seen))
+            print("  corner edge: %d partly covered pixels, %d far from their coverage: %s" % (
+                len(edge), len(off), off[:8]), flush=True)
+            assert len(edge) >= EXPANDED_RADIUS, "too few partly covered pixels to judge: %s" % edge
+            assert not off, "the corner's edge is not antialiased by coverage: %d of %d pixels off, %s" % (
+                len(off), len(edge), off[:8])
 
         def follows_compositor():
             open_panel(d)

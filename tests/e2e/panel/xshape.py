@@ -139,6 +139,25 @@ def expected_corner_rows(radius):
     return int(d - 0.5) + 1 if d > 0.5 else 0
 
 
+def corner_coverage(radius, height, column, row, samples=8):
+    """How much of the pixel (column, row) of a window `height` high the notch outline's
+    bottom-left corner of `radius` covers, from 0 to 1 (`samples` x `samples` points a pixel)."""
+    inside = 0
+    for i in range(samples):
+        y = row + (i + 0.5) / samples
+        for j in range(samples):
+            x = column + (j + 0.5) / samples
+            if y > height or x < 7:
+                continue
+            if y <= height - radius:
+                inside += 1
+                continue
+            # The curve's point at this height: y = height - r (1 - t)^2, x = 7 + r t^2.
+            t = 1 - ((height - y) / radius) ** 0.5
+            inside += x >= 7 + radius * t * t
+    return inside / (samples * samples)
+
+
 def shape_height(rects):
     return max(y + h for _, y, _, h in rects) if rects else 0
 
