@@ -2,6 +2,7 @@
 
 #include "Vantrel/Logging.h"
 #include "Vantrel/pixels/NotchShape.h"
+#include "Vantrel/platform/Compositing.h"
 #include "Vantrel/platform/PanelSurface.h"
 #include "Vantrel/platform/WindowTraits.h"
 
@@ -13,10 +14,11 @@
 
 namespace vantrel {
 
-NotchPanel::NotchPanel(platform::WindowTraits& traits, platform::PanelSurface* surface, QWidget* parent)
+NotchPanel::NotchPanel(platform::WindowTraits& traits, platform::PanelSurface* surface,
+                       platform::Compositing* compositing, QWidget* parent)
     : QWidget(parent, Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
                           Qt::WindowDoesNotAcceptFocus | Qt::NoDropShadowWindowHint),
-      m_traits(traits), m_surface(surface) {
+      m_traits(traits), m_surface(surface), m_compositing(surface == nullptr ? compositing : nullptr) {
     setWindowTitle(QStringLiteral("Velt"));
     setObjectName(QStringLiteral("vantrel-panel"));
     setAttribute(Qt::WA_TranslucentBackground);
@@ -29,6 +31,16 @@ NotchPanel::NotchPanel(platform::WindowTraits& traits, platform::PanelSurface* s
         setAttribute(Qt::WA_DontShowOnScreen);
     }
     winId(); // create the native window now, so its traits can be set before it is first shown
+    if (m_compositing != nullptr) {
+        connect(m_compositing, &platform::Compositing::activeChanged, this, [this](bool active) {
+            qCDebug(lcPanel) << "compositing" << (active ? "started" : "stopped");
+            updateMask();
+        });
+    }
+}
+
+bool NotchPanel::translucentOutline() const {
+    return m_compositing != nullptr && m_compositing->active();
 }
 
 void NotchPanel::setAcceptsGameInput(bool accepts) {
@@ -104,13 +116,32 @@ void NotchPanel::resizeEvent(QResizeEvent* event) {
     updateMask();
 }
 
-// The window's shape is the notch outline: outside it the panel neither draws
-// nor takes clicks, which reach whatever lies underneath.
+// Outside the notch outline the panel takes no clicks, which reach whatever lies
+// underneath. A compositor blends the translucent window, so the antialiased edge
+// that the content paints is what shows, and the outline only shapes the input.
+// Without one, transparent pixels would show black: the window itself is cut to
+// the outline (one bit deep, so without antialiasing).
 void NotchPanel::updateMask() {
-    QPolygon polygon = NotchShape{m_radius}.path(QRectF(rect())).toFillPolygon().toPolygon();
-    setMask(QRegion(polygon));
+    const QRegion region(NotchShape{m_radius}.path(QRectF(rect())).toFillPolygon().toPolygon());
     if (m_surface != nullptr) {
-        m_surface->setInputRegion(QRegion(polygon));
+        setMask(region);
+        m_surface->setInputRegion(region);
+        return;
+    }
+    if (translucentOutline()) {
+        if (!mask().isEmpty()) {
+            clearMask();
+            update(); // the corners cut off until now are painted
+        }
+        m_compositing->setInputShape(windowHandle(), region);
+        m_inputShaped = true;
+        return;
+    }
+    setMask(region);
+    if (m_inputShaped) {
+        // Shaped while a compositor ran: from now on the input follows the window's cut.
+        m_compositing->setInputShape(windowHandle(), QRegion());
+        m_inputShaped = false;
     }
 }
 

@@ -46,7 +46,8 @@ NotchPanelController::NotchPanelController(std::unique_ptr<QSettings> settings, 
                                            const PanelContentFactory& contentFactory, QObject* parent)
     : QObject(parent), m_store(std::make_unique<GameStore>(std::move(settings), clock)),
       m_services(std::move(services)),
-      m_panel(std::make_unique<NotchPanel>(*m_services.windowTraits, m_services.panelSurface.get())),
+      m_panel(std::make_unique<NotchPanel>(*m_services.windowTraits, m_services.panelSurface.get(),
+                                           m_services.compositing.get())),
       m_hoverMonitor(new NotchHoverMonitor(*m_services.pointer, clock, this)),
       m_springAnimator(new PanelSpringAnimator(clock, this)),
       m_screens(new PanelScreens(*m_services.screenNotch, this)),
@@ -99,10 +100,16 @@ NotchPanelController::NotchPanelController(std::unique_ptr<QSettings> settings, 
             &NotchPanelController::spaceChanged);
     connect(m_services.systemSignals.get(), &platform::SystemSignals::sleeping, this,
             &NotchPanelController::sleeping);
-    connect(m_store.get(), &GameStore::expandedChanged, this, [this] {
-        m_panel->setCornerRadius(m_store->expanded() ? NotchPanel::expandedRadius
-                                                     : NotchPanel::collapsedRadius);
-    });
+    if (auto* view = qobject_cast<NotchView*>(m_panel->content())) {
+        // The window's outline follows the painted one on every step of its animation.
+        m_panel->setCornerRadius(view->shapeRadius());
+        connect(view, &NotchView::shapeRadiusChanged, m_panel.get(), &NotchPanel::setCornerRadius);
+    } else {
+        connect(m_store.get(), &GameStore::expandedChanged, this, [this] {
+            m_panel->setCornerRadius(m_store->expanded() ? NotchPanel::expandedRadius
+                                                         : NotchPanel::collapsedRadius);
+        });
+    }
 }
 
 NotchPanelController::~NotchPanelController() {

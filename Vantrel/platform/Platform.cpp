@@ -8,6 +8,7 @@
 #if VANTREL_WITH_X11
 #include "Vantrel/platform/HoverStripPointer.h"
 #include "Vantrel/platform/x11/X11ActiveWindow.h"
+#include "Vantrel/platform/x11/X11Compositing.h"
 #include "Vantrel/platform/x11/X11DesktopPointer.h"
 #include "Vantrel/platform/x11/X11HotKey.h"
 #include "Vantrel/platform/x11/X11HoverStrip.h"
@@ -52,6 +53,7 @@ PlatformServices nullPlatformServices() {
     services.pointer = std::make_unique<PolledDesktopPointer>();
     services.activeWindow = std::make_unique<NullActiveWindow>();
     services.windowTraits = std::make_unique<NullWindowTraits>();
+    services.compositing = std::make_unique<NullCompositing>();
     services.systemSignals = std::make_unique<NullSystemSignals>();
     services.screenNotch = std::make_unique<NoScreenNotch>();
     services.motion = std::make_unique<NullMotionPreference>();
@@ -128,6 +130,15 @@ PlatformServices makePlatformServices(const QSettings& settings) {
     }
     services.activeWindow = std::make_unique<x11::X11ActiveWindow>();
     services.windowTraits = std::make_unique<x11::X11WindowTraits>();
+    if (!layerShell) {
+        // A layer surface shows the panel through the Wayland compositor instead.
+        if (auto compositing = x11::X11Compositing::create(&error)) {
+            services.compositing = std::move(compositing);
+        } else {
+            services.notes
+                << QStringLiteral("compositing unknown (%1): the panel is cut to its outline").arg(error);
+        }
+    }
     // Through XWayland the pointer over native windows is invisible to X11 clients
     // (the layer surfaces above see it where the compositor has the layer shell).
     if (waylandSession() && !layerShell) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Vantrel/platform/ActiveWindow.h"
+#include "Vantrel/platform/Compositing.h"
 #include "Vantrel/platform/DesktopPointer.h"
 #include "Vantrel/platform/HotKey.h"
 #include "Vantrel/platform/HoverStrip.h"
@@ -25,6 +26,8 @@ struct PlatformServices {
     std::unique_ptr<DesktopPointer> pointer;
     std::unique_ptr<ActiveWindow> activeWindow;
     std::unique_ptr<WindowTraits> windowTraits;
+    // Whether the panel's window may be translucent (an X11 compositing manager runs).
+    std::unique_ptr<Compositing> compositing;
     std::unique_ptr<SystemSignals> systemSignals;
     std::unique_ptr<ScreenNotch> screenNotch;
     std::unique_ptr<MotionPreference> motion;

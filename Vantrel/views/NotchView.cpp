@@ -317,6 +317,7 @@ void NotchView::setShapeRadius(double radius) {
         m_radius = radius;
         placeRunwayOnBody();
         update();
+        emit shapeRadiusChanged(m_radius);
     }
 }
 

@@ -26,7 +26,7 @@ class RunwayView;
 // the store and the panel in one place (makeNotchView in NotchPanelController.cpp).
 class NotchView : public QWidget {
     Q_OBJECT
-    Q_PROPERTY(double shapeRadius READ shapeRadius WRITE setShapeRadius)
+    Q_PROPERTY(double shapeRadius READ shapeRadius WRITE setShapeRadius NOTIFY shapeRadiusChanged)
 
 public:
     // The panel's accent and the runway's (ViewPalette).
@@ -61,6 +61,8 @@ signals:
     void pauseRequested();
     // The sound button: turn sound on if it is off, off if it is on.
     void soundToggleRequested();
+    // The corner radius of the painted outline changed, on every step of its animation.
+    void shapeRadiusChanged(double radius);
 
 protected:
     void paintEvent(QPaintEvent* event) override;
