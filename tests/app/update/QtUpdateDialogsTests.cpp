@@ -92,8 +92,8 @@ TEST(QtUpdateDialogs, OfferIsAWarningWithDownloadAsDefaultAndEscapeMeansLater) {
     EXPECT_EQ(seen.informative, offer().informativeText);
     EXPECT_TRUE(seen.modal);
     EXPECT_TRUE(seen.active) << "the alert was not brought to the front";
-    EXPECT_EQ(seen.defaultButton, "Download Update");
-    EXPECT_EQ(seen.escapeButton, "Later");
+    EXPECT_EQ(seen.defaultButton.toStdString(), "Download Update");
+    EXPECT_EQ(seen.escapeButton.toStdString(), "Later");
     EXPECT_TRUE(seen.buttons.contains("Download Update") && seen.buttons.contains("Later"))
         << seen.buttons.join(", ").toStdString();
     EXPECT_EQ(seen.buttons.size(), 2);
