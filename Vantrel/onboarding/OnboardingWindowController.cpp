@@ -88,6 +88,10 @@ void OnboardingWindowController::showAndActivate() {
             move(x, y);
         }
     }
+    // A minimised window is brought back too: the user asked to see it.
+    if (windowState() & Qt::WindowMinimized) {
+        setWindowState(windowState() & ~Qt::WindowMinimized);
+    }
     show();
     raise();
     activateWindow();

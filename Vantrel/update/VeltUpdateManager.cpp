@@ -83,7 +83,7 @@ void VeltUpdateManager::checkForUpdates() {
     setChecking(true);
     m_tooLarge = false;
     m_release.reset();
-    QNetworkRequest feedRequest = request(ReleaseFeed::url(*origin), requestTimeoutMs);
+    QNetworkRequest feedRequest = request(ReleaseFeed::url(*origin), m_environment.feedTimeoutMs);
     feedRequest.setAttribute(QNetworkRequest::CacheLoadControlAttribute, QNetworkRequest::AlwaysNetwork);
     QNetworkReply* reply = m_network.get(feedRequest);
     m_reply = reply;
@@ -185,7 +185,7 @@ void VeltUpdateManager::startDownload() {
         return;
     }
     const QUrl url(fromStd(m_release->downloadURL), QUrl::StrictMode);
-    QNetworkReply* reply = m_network.get(request(url, downloadTimeoutMs));
+    QNetworkReply* reply = m_network.get(request(url, m_environment.downloadTimeoutMs));
     m_reply = reply;
     connect(reply, &QNetworkReply::readyRead, this, [this, reply] { onDownloadData(reply); });
     connect(

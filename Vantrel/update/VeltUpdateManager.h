@@ -34,6 +34,9 @@ namespace vantrel {
 class VeltUpdateManager : public QObject {
     Q_OBJECT
 public:
+    static constexpr int requestTimeoutMs = 20'000;  // the feed request, without progress
+    static constexpr int archiveTimeoutMs = 120'000; // the archive download, without progress
+
     // Where the manager's knowledge of the outside world comes from. The
     // defaults are the real ones; tests replace them.
     struct Environment {
@@ -42,10 +45,10 @@ public:
         QList<QSslCertificate> trustedCertificates; // empty: the system's certificate authorities
         QString temporaryDirectory;                 // empty: the system's temporary folder
         SystemVersion system = SystemVersion::running();
+        // How long a transfer may go without progress before it is given up.
+        int feedTimeoutMs = requestTimeoutMs;
+        int downloadTimeoutMs = archiveTimeoutMs;
     };
-
-    static constexpr int requestTimeoutMs = 20'000;   // the feed request, without progress
-    static constexpr int downloadTimeoutMs = 120'000; // the archive download, without progress
 
     explicit VeltUpdateManager(QObject* parent = nullptr);
     explicit VeltUpdateManager(Environment environment, QObject* parent = nullptr);

@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QClipboard>
+#include <QFontDatabase>
 #include <QGraphicsOpacityEffect>
 #include <QImage>
 #include <QLabel>
@@ -88,6 +89,37 @@ TEST(Onboarding, GetStartedShowsTheControls) {
     view.backButton()->click();
     EXPECT_EQ(view.step(), 0);
     EXPECT_TRUE(view.backButton()->isHidden());
+}
+
+// The two texts whose sizes are fixed: the product name in the header at 13 points and the
+// footnote under the controls at 12, both in the desktop's own font rather than the pixel one.
+TEST(Onboarding, ProductNameIs13PointsAndFootnote12InTheSystemFont) {
+    ManualClock clock;
+    OnboardingView view(true, clock, [](bool) {});
+    const QString systemFamily = QFontDatabase::systemFont(QFontDatabase::GeneralFont).family();
+
+    QList<QLabel*> products;
+    for (QLabel* label : view.findChildren<QLabel*>()) {
+        if (label->text() == "Vantrel") {
+            products << label;
+        }
+    }
+    ASSERT_EQ(products.size(), 1);
+    EXPECT_EQ(products.first()->font().pointSizeF(), 13.0);
+    EXPECT_EQ(products.first()->font().family(), systemFamily);
+    // Beside the page title, in the header row above the pages.
+    EXPECT_FALSE(view.currentPage()->isAncestorOf(products.first()));
+
+    auto* footnote = view.findChild<QLabel*>("footnote");
+    ASSERT_NE(footnote, nullptr);
+    EXPECT_EQ(footnote->text(), "No notch? Your arcade sits at the top center of the screen.\n"
+                                "Right-click the menu bar dinosaur for sound, size, and updates.");
+    EXPECT_EQ(footnote->font().pointSizeF(), 12.0);
+    EXPECT_EQ(footnote->font().family(), systemFamily);
+    // On the controls page, where the user reads it.
+    view.setReduceMotion(true);
+    view.getStartedButton()->click();
+    EXPECT_TRUE(view.currentPage()->isAncestorOf(footnote));
 }
 
 TEST(Onboarding, ShortcutUnavailableChangesTheLastRow) {
@@ -174,6 +206,18 @@ TEST(Onboarding, WindowHasTitleSizeAndKeys) {
     QTest::keyClick(&window, Qt::Key_W, Qt::ControlModifier);
     EXPECT_FALSE(window.isVisible());
     EXPECT_EQ(finished, 0); // closing is not finishing
+}
+
+TEST(Onboarding, BringingForwardRestoresAMinimisedWindow) {
+    ManualClock clock;
+    OnboardingWindowController window(true, clock, [](bool) {});
+    window.showAndActivate();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    window.showMinimized();
+    ASSERT_TRUE(window.isMinimized());
+    window.showAndActivate();
+    EXPECT_FALSE(window.isMinimized());
+    EXPECT_TRUE(window.isVisible());
 }
 
 TEST(Onboarding, IllustrationDrawsTheNotchAndTheDinosaur) {

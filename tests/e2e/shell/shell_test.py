@@ -38,8 +38,9 @@ def popup_menus(d, near=None):
         if '"Velt"' in name:
             continue
         g = d.window_geometry(wid)
-        # The menu has 10 commands, 3 info lines and 4 separators: well over 200 pixels high.
-        if g and g[3] > 200 and g[2] > 100:
+        # The menu has 10 commands, 3 info lines and 4 separators: well over 200 pixels high;
+        # the welcome window is wider than any menu.
+        if g and g[3] > 200 and 100 < g[2] < 500:
             found.append((wid, g))
     return found
 
@@ -86,6 +87,11 @@ def open_menu(d, again=False):
 def choose(d, title):
     """Opens the options menu from the tray and picks a command with the keyboard."""
     open_menu(d, again=True)
+    pick(d, title)
+
+
+def pick(d, title):
+    """Picks a command of the open options menu with the keyboard."""
     (_, menu), = popup_menus(d)
     # The menu takes the keyboard a moment after it appears; a Down sent before that is lost.
     # The first Down highlights the first command: once the menu shows that, it has the keyboard.

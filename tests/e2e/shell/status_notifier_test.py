@@ -20,7 +20,8 @@ HERE = os.path.dirname(os.path.abspath(__file__))
 sys.path.insert(0, os.path.join(HERE, ".."))
 sys.path.insert(0, HERE)
 from desktop import Desktop, run_checks_then_stop, skip, worst  # noqa: E402
-from shell_test import CX, EXPANDED, HEIGHT, WIDTH, popup_menus  # noqa: E402
+from shell_focus_test import RESTORING  # noqa: E402
+from shell_test import CX, EXPANDED, HEIGHT, PEEK_HEIGHT, WIDTH, hover_top_centre, pick, popup_menus  # noqa: E402
 
 SYSTEM_PYTHON = "/usr/bin/python3"  # Debian's, which has the D-Bus bindings
 WATCHER = os.path.join(HERE, "..", "wayland", "sni_watcher.py")
@@ -125,6 +126,49 @@ def late_watcher(program):
             d.key("Escape")
             d.wait_for(lambda: not popup_menus(d), 3, "Escape did not close the menu")
 
+        def activate_while_open_gives_focus_back():
+            assert item, "no item registered"
+            work = d.start_xterm("work", "100x30+300+250")
+            d.move_to(CX, 400)
+            # The playfield the last check left open closes when the xterm takes the keyboard.
+            d.wait_geometry(lambda g: g is None, 3.0, "the playfield stayed open behind the xterm")
+            d.activate(work)
+            host(d, "call", item[0], "Activate", WIDTH - 20, 10)
+            d.wait_geometry(lambda g: g == EXPANDED, 2.0, "Activate did not open the playfield")
+            d.wait_for(lambda: d.active_window() == d.panel_window(), 3, "the open playfield has no keyboard focus")
+            restored = d.stderr_text().count(RESTORING)
+            host(d, "call", item[0], "Activate", WIDTH - 20, 10)
+            d.wait_geometry(lambda g: g is None, 2.0, "a second Activate did not close the playfield")
+            d.wait_for(lambda: d.active_window() == work, 3,
+                       lambda: "the keyboard did not go back to the xterm (active %s, xterm %s)%s"
+                       % (d.active_window(), work, d.log_tail()))
+            # openbox would give it back on its own too; the trace says Vantrel did.
+            assert d.stderr_text().count(RESTORING) == restored + 1, \
+                "Activate closed the playfield without handing the keyboard back%s" % d.log_tail()
+
+        def hover_to_peek_off_while_peeking_hides_the_tab():
+            # The host opens the menu while the pointer rests on the tab: no pointer travels to a tray.
+            assert item, "no item registered"
+            assert d.read_settings().get("hoverToPeek", "true") == "true", d.read_settings()
+            hover_top_centre(d)
+            d.wait_geometry(lambda g: g is not None and g[3] == PEEK_HEIGHT, 3.0, "no peek tab")
+            host(d, "call", item[0], "ContextMenu", WIDTH - 40, 12)
+            d.wait_for(lambda: popup_menus(d), 8, "ContextMenu opened no menu")
+            assert d.panel_geometry() is not None and d.panel_geometry()[3] == PEEK_HEIGHT, \
+                "the tab went away when the menu opened: %s" % (d.panel_geometry(),)
+            pick(d, "Hover to Peek")
+            d.wait_for(lambda: d.read_settings().get("hoverToPeek") == "false", 3,
+                       "hoverToPeek not written (settings %s)" % d.read_settings())
+            d.wait_geometry(lambda g: g is None, 1.0, "the tab stayed out with Hover to Peek switched off")
+            assert d.pointer() == (CX, 2), "the pointer moved: %s" % (d.pointer(),)
+            # The pointer still rests in the strip: the tab must not come back.
+            d.hold_geometry(lambda g: g is None, 1.0, "the tab came back with Hover to Peek off")
+            host(d, "call", item[0], "ContextMenu", WIDTH - 40, 12)
+            d.wait_for(lambda: popup_menus(d), 8, "ContextMenu opened no menu")
+            pick(d, "Hover to Peek")
+            d.wait_for(lambda: d.read_settings().get("hoverToPeek") == "true", 3, "hoverToPeek not switched on")
+            d.move_to(CX, 400)
+
         return run_checks_then_stop(d, [
             ("a StatusNotifierWatcher that comes 3 s late gets the item within 1 s, and no notice is shown",
              item_registers_when_the_watcher_comes),
@@ -133,6 +177,10 @@ def late_watcher(program):
             ("ContextMenu with the playfield shut opens the menu at the tray", context_menu_at_the_tray),
             ("ContextMenu with the playfield open opens the menu under its options button",
              context_menu_in_the_open_playfield),
+            ("Activate with the playfield open closes it and gives the keyboard back to the xterm",
+             activate_while_open_gives_focus_back),
+            ("Hover to Peek switched off from the menu while the tab peeks hides the tab",
+             hover_to_peek_off_while_peeking_hides_the_tab),
         ])
 
 

@@ -6,13 +6,18 @@ Answers GET requests from a routes file that the test rewrites between checks
 Prints its port on standard output once it listens.
 
 routes.json: {"/path": {"status": 200, "body": "text", "body_file": "path",
-                        "headers": {"Location": "..."}, "chunked": false}}
+                        "headers": {"Location": "..."}, "chunked": false,
+                        "stall_after": 0, "stall_seconds": 0}}
+With stall_seconds, the answer stops for that long after its first stall_after
+bytes of body (-1: before the status line), as a stalled server or network would.
+With --headers-log, each request's headers are appended there as one JSON line.
 """
 import argparse
 import http.server
 import json
 import ssl
 import sys
+import time
 
 
 class Handler(http.server.BaseHTTPRequestHandler):
@@ -24,6 +29,10 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def do_GET(self):
         with open(self.server.log_path, "a") as log:
             log.write(self.path + "\n")
+        if self.server.headers_log:
+            with open(self.server.headers_log, "a") as log:
+                log.write(json.dumps({"path": self.path, "headers": [[k, v] for k, v in self.headers.items()]})
+                          + "\n")
         try:
             with open(self.server.routes_path) as f:
                 routes = json.load(f)
@@ -37,6 +46,11 @@ class Handler(http.server.BaseHTTPRequestHandler):
             with open(route["body_file"], "rb") as f:
                 body = f.read()
         chunked = route.get("chunked", False)
+        stall_after = route.get("stall_after", 0)
+        stall_seconds = route.get("stall_seconds", 0)
+        if stall_seconds and stall_after < 0:
+            time.sleep(stall_seconds)
+            stall_seconds = 0
         self.send_response(route.get("status", 200))
         for name, value in route.get("headers", {}).items():
             self.send_header(name, value)
@@ -52,6 +66,11 @@ class Handler(http.server.BaseHTTPRequestHandler):
                     piece = body[start:start + 4096]
                     self.wfile.write(b"%x\r\n%s\r\n" % (len(piece), piece))
                 self.wfile.write(b"0\r\n\r\n")
+            elif stall_seconds:
+                self.wfile.write(body[:stall_after])
+                self.wfile.flush()
+                time.sleep(stall_seconds)
+                self.wfile.write(body[stall_after:])
             else:
                 self.wfile.write(body)
         except (BrokenPipeError, ConnectionResetError, ssl.SSLError):
@@ -65,12 +84,14 @@ def main():
     parser.add_argument("--key", required=True)
     parser.add_argument("--routes", required=True)
     parser.add_argument("--log", required=True)
+    parser.add_argument("--headers-log")
     args = parser.parse_args()
 
     server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
     server.daemon_threads = True
     server.routes_path = args.routes
     server.log_path = args.log
+    server.headers_log = args.headers_log
     context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
     context.load_cert_chain(args.cert, args.key)
     server.socket = context.wrap_socket(server.socket, server_side=True)
