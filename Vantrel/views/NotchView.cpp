@@ -366,7 +366,7 @@ void NotchView::layoutExpanded() {
     m_runway->setGeometry(
         QRectF(L::bodyPaddingX, runwayTop, std::max(0.0, w - 2 * L::bodyPaddingX), runwayHeight)
             .toAlignedRect());
-    layoutControlRow(runwayTop + runwayHeight);
+    layoutControlRow(runwayTop + runwayHeight + L::controlRowGap);
 }
 
 void NotchView::layoutControlRow(double top) {
