@@ -54,22 +54,36 @@ std::vector<double> runStarts(const QImage& image, int py, double devicePerWorld
     return starts;
 }
 
+// An edge of lit pixels found by probe::litBounds (view points) lies where an
+// antialiased edge at `v` view points starts (`start`) or ends: on the device
+// pixel that holds it, give or take a twentieth of a pixel for rounding.
+::testing::AssertionResult edgeAt(double found, double v, double dpr, bool start) {
+    const double lo = start ? std::floor(v * dpr - 0.05) : std::ceil(v * dpr - 0.05);
+    const double hi = start ? std::floor(v * dpr + 0.05) : std::ceil(v * dpr + 0.05);
+    if (found * dpr >= lo - 1e-6 && found * dpr <= hi + 1e-6) {
+        return ::testing::AssertionSuccess();
+    }
+    return ::testing::AssertionFailure()
+           << "edge at " << found << " view points, expected the device pixel of " << v
+           << (start ? " (start)" : " (end)");
+}
+
 TEST_P(RoomyRunwayTest, CloudsSitWhereTheWorldPutsThem) {
     // Distance 0: cloud 0 at x 130, top 15; cloud 1 at 317, top 29; cloud 2 (504) lies beyond the world.
     const QImage image = shoot({.distance = 0});
     const QRectF first = probe::litBounds(image, world(100, 0, 120, 50), 0);
     ASSERT_FALSE(first.isEmpty());
-    const double tolerance = 0.5 * s + 1 / dpr(); // half a world point, and the blended edge pixel
-    EXPECT_NEAR(first.left(), 130 * s, tolerance);
-    EXPECT_NEAR(first.right(), 159 * s, tolerance);
-    EXPECT_NEAR(first.top(), 14.5 * s, tolerance);
-    EXPECT_NEAR(first.bottom(), 21.5 * s, tolerance);
+    // The outline is one world point thick: its runs reach half a point above and below their lines.
+    EXPECT_TRUE(edgeAt(first.left(), 130 * s, dpr(), true));
+    EXPECT_TRUE(edgeAt(first.right(), 159 * s, dpr(), false));
+    EXPECT_TRUE(edgeAt(first.top(), 14.5 * s, dpr(), true));
+    EXPECT_TRUE(edgeAt(first.bottom(), 21.5 * s, dpr(), false));
     const QRectF second = probe::litBounds(image, world(300, 0, 140, 50), 0);
     ASSERT_FALSE(second.isEmpty());
-    EXPECT_NEAR(second.left(), 317 * s, tolerance);
-    EXPECT_NEAR(second.right(), 346 * s, tolerance);
-    EXPECT_NEAR(second.top(), 28.5 * s, tolerance);
-    EXPECT_NEAR(second.bottom(), 35.5 * s, tolerance);
+    EXPECT_TRUE(edgeAt(second.left(), 317 * s, dpr(), true));
+    EXPECT_TRUE(edgeAt(second.right(), 346 * s, dpr(), false));
+    EXPECT_TRUE(edgeAt(second.top(), 28.5 * s, dpr(), true));
+    EXPECT_TRUE(edgeAt(second.bottom(), 35.5 * s, dpr(), false));
     EXPECT_TRUE(probe::litBounds(image, world(0, 0, 120, 50), 0).isEmpty());
 }
 
@@ -94,16 +108,15 @@ TEST_P(RoomyRunwayTest, CloudsAreOneWorldPointOfWhiteAtOpacity01) {
 TEST_P(RoomyRunwayTest, CloudsDriftAtATenthOfTheGroundAndWrap) {
     // 1000 points on, they have moved 130: at 0, 187 and 374.
     const QImage later = shoot({.distance = 1000});
-    const double tolerance = 0.5 * s + 1 / dpr();
     const QRectF zero = probe::litBounds(later, world(0, 0, 100, 50), 0);
     ASSERT_FALSE(zero.isEmpty());
-    EXPECT_NEAR(zero.left(), 0, tolerance);
-    EXPECT_NEAR(zero.right(), 29 * s, tolerance);
-    EXPECT_NEAR(probe::litBounds(later, world(150, 0, 120, 50), 0).left(), 187 * s, tolerance);
+    EXPECT_TRUE(edgeAt(zero.left(), 0, dpr(), true));
+    EXPECT_TRUE(edgeAt(zero.right(), 29 * s, dpr(), false));
+    EXPECT_TRUE(edgeAt(probe::litBounds(later, world(150, 0, 120, 50), 0).left(), 187 * s, dpr(), true));
     const QRectF third = probe::litBounds(later, world(330, 0, 110, 50), 0);
     ASSERT_FALSE(third.isEmpty());
-    EXPECT_NEAR(third.left(), 374 * s, tolerance);
-    EXPECT_NEAR(third.top(), 14.5 * s, tolerance); // cloud 2 is even: it flies high
+    EXPECT_TRUE(edgeAt(third.left(), 374 * s, dpr(), true));
+    EXPECT_TRUE(edgeAt(third.top(), 14.5 * s, dpr(), true)); // cloud 2 is even: it flies high
 
     // Every 561 points of their own travel the sky repeats exactly.
     const QImage a = shoot({.distance = 700});
