@@ -23,6 +23,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <vector>
 
 using namespace vantrel;
@@ -91,8 +92,7 @@ TEST_F(FocusTest, ARefusedExpansionLeavesThePreviousWindowAlone) {
     EXPECT_FALSE(controller->expand());
     EXPECT_EQ(controller->previousWindow(), editor);
     EXPECT_FALSE(controller->store().expanded());
-    EXPECT_TRUE(focus->activated.empty() || std::find(focus->activated.begin(), focus->activated.end(),
-                                                      terminal) == focus->activated.end());
+    EXPECT_EQ(std::count(focus->activated.begin(), focus->activated.end(), terminal), 0);
 }
 
 TEST_F(FocusTest, TheCloseButtonGivesTheFocusBack) {
