@@ -11,10 +11,11 @@ namespace vantrel {
 //   score row     max(notch height, 28)     beside the notch, level with it
 //   top padding   9
 //   runway        110 (roomy 140)
+//   gap           3                         between the runway and the control row
 //   control row   28
-//   bottom pad    17                        room for the rounded bottom corners
+//   bottom pad    14                        room for the rounded bottom corners
 //   ------------------------------------------------------------------------
-//   body          9 + 110 + 28 + 17 = 164   (roomy 9 + 140 + 28 + 17 = 194)
+//   body          9 + 110 + 3 + 28 + 14 = 164   (roomy 9 + 140 + 3 + 28 + 14 = 194)
 // and across: 20 + runway 440 (roomy 560) + 20 = 480 (roomy 600).
 struct PanelLayout {
     // Collapsed and peeking: the notch itself plus its ears, and the peek strip below it.
@@ -37,13 +38,15 @@ struct PanelLayout {
     static constexpr double roomyRunwayWidth = 560;
     static constexpr double runwayHeight = 110;
     static constexpr double roomyRunwayHeight = 140;
+    static constexpr double controlRowGap = 3; // the stack's spacing: the rest of the body's height
     static constexpr double controlRowHeight = 28;
-    static constexpr double bodyPaddingBottom = 17;
+    static constexpr double bodyPaddingBottom = 14;
 
-    // The body under the score row: 9 + 110 + 28 + 17 = 164, roomy 9 + 140 + 28 + 17 = 194.
-    static constexpr double bodyHeight = bodyPaddingTop + runwayHeight + controlRowHeight + bodyPaddingBottom;
+    // The body under the score row: 9 + 110 + 3 + 28 + 14 = 164, roomy 9 + 140 + 3 + 28 + 14 = 194.
+    static constexpr double bodyHeight =
+        bodyPaddingTop + runwayHeight + controlRowGap + controlRowHeight + bodyPaddingBottom;
     static constexpr double roomyBodyHeight =
-        bodyPaddingTop + roomyRunwayHeight + controlRowHeight + bodyPaddingBottom;
+        bodyPaddingTop + roomyRunwayHeight + controlRowGap + controlRowHeight + bodyPaddingBottom;
     static_assert(bodyHeight == 164 && roomyBodyHeight == 194);
 
     // 20 + 440 + 20 = 480, roomy 20 + 560 + 20 = 600.

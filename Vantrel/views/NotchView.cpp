@@ -378,7 +378,7 @@ void NotchView::layoutExpanded() {
         QRectF(L::bodyPaddingX, runwayTop, std::max(0.0, w - 2 * L::bodyPaddingX), runwayHeight)
             .toAlignedRect());
     placeRunwayOnBody();
-    layoutControlRow(runwayTop + runwayHeight);
+    layoutControlRow(runwayTop + runwayHeight + L::controlRowGap);
 }
 
 void NotchView::layoutControlRow(double top) {

@@ -21,6 +21,8 @@ struct GameStoreTestAccess {
         store.setDuckHintRemaining(remaining);
     }
     static void setIsNewBest(GameStore& store, bool value) { store.setIsNewBest(value); }
+    // The frame clock's timer, for its interval and kind.
+    static const QTimer& frameTimer(const GameStore& store) { return store.m_timer; }
 };
 
 } // namespace vantrel

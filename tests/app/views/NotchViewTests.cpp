@@ -368,7 +368,7 @@ TEST_P(NotchViewTest, FollowsThePanelLayoutsMeasurements) {
     EXPECT_EQ(runway.width(), PanelLayout::runwayWidth);
     EXPECT_EQ(runway.height(), PanelLayout::runwayHeight);
     const QRect space = child("spaceHint")->geometry();
-    EXPECT_EQ(space.top(), runway.bottom() + 1);
+    EXPECT_EQ(space.top(), runway.bottom() + 1 + PanelLayout::controlRowGap);
     EXPECT_EQ(space.height(), PanelLayout::controlRowHeight);
     // What is left under the control row is the bottom padding.
     EXPECT_EQ(m_view.height() - (space.bottom() + 1), PanelLayout::bodyPaddingBottom);
