@@ -100,11 +100,21 @@ void BlockFill::fill(QPainter& painter, std::span<const QRectF> rects, const QCo
 
     thread_local std::vector<QRgb> pixels;
     pixels.resize(coverage.values.size());
+    // Most pixels of a figure are wholly in or wholly out; only its edges need
+    // their own alpha.
     const QRgb rgb = color.rgb();
     const double alpha = color.alphaF();
+    const QRgb full = qPremultiply(qRgba(qRed(rgb), qGreen(rgb), qBlue(rgb), qRound(alpha * 255)));
     for (size_t i = 0; i < pixels.size(); ++i) {
-        const double covered = std::min(coverage.values[i], 1.0f) * alpha;
-        pixels[i] = qPremultiply(qRgba(qRed(rgb), qGreen(rgb), qBlue(rgb), qRound(covered * 255)));
+        const float covered = coverage.values[i];
+        if (covered <= 0) {
+            pixels[i] = 0;
+        } else if (covered >= 1) {
+            pixels[i] = full;
+        } else {
+            pixels[i] =
+                qPremultiply(qRgba(qRed(rgb), qGreen(rgb), qBlue(rgb), qRound(covered * alpha * 255)));
+        }
     }
     const QImage image(reinterpret_cast<const uchar*>(pixels.data()), coverage.width, coverage.height,
                        coverage.width * static_cast<int>(sizeof(QRgb)), QImage::Format_ARGB32_Premultiplied);

@@ -141,6 +141,9 @@ void NotchView::buildScores() {
         },
         this);
     m_currentScore->setObjectName(QStringLiteral("currentScore"));
+    // Both lie on the body's black, between the ears: they paint it themselves.
+    m_bestScore->setOpaqueBackground(Qt::black);
+    m_currentScore->setOpaqueBackground(Qt::black);
 }
 
 void NotchView::buildControls() {
@@ -177,6 +180,7 @@ void NotchView::buildControls() {
         },
         this);
     m_speedMeter->setObjectName(QStringLiteral("speedMeter"));
+    m_speedMeter->setOpaqueBackground(Qt::black); // on the body, well above its rounded corners
 
     m_pauseButton = new PaintedButton(
         PaintedButton::Look::quiet,

@@ -18,8 +18,16 @@ void PaintedItem::setToolTipIfChanged(const QString& tip) {
     }
 }
 
+void PaintedItem::setOpaqueBackground(const QColor& color) {
+    m_background = color;
+    setAttribute(Qt::WA_OpaquePaintEvent, color.isValid() && color.alpha() == 255);
+}
+
 void PaintedItem::paintEvent(QPaintEvent*) {
     QPainter painter(this);
+    if (testAttribute(Qt::WA_OpaquePaintEvent)) {
+        painter.fillRect(rect(), m_background);
+    }
     m_painter(painter, QRectF(rect()));
 }
 

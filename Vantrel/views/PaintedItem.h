@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QColor>
 #include <QWidget>
 
 #include <functional>
@@ -19,11 +20,16 @@ public:
     void setAccessibleNameIfChanged(const QString& name);
     void setToolTipIfChanged(const QString& tip);
 
+    // For an item that changes while a run runs and lies on a plain background:
+    // it fills that colour itself, so its repaint does not repaint what is under it.
+    void setOpaqueBackground(const QColor& color);
+
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
     Painter m_painter;
+    QColor m_background;
 };
 
 } // namespace vantrel

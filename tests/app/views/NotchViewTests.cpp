@@ -2,11 +2,13 @@
 #include "ViewScenes.h"
 
 #include "Vantrel/panel/PanelLayout.h"
+#include "Vantrel/pixels/NotchShape.h"
 #include "Vantrel/pixels/RetroFont.h"
 #include "Vantrel/views/NotchView.h"
 #include "Vantrel/views/RunwayView.h"
 
 #include <QAbstractButton>
+#include <QPainterPath>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -213,6 +215,23 @@ TEST_P(NotchViewTest, RunwayPaintsTheBodyUnderItOnlyWhereTheBodyIsWhole) {
 
     fitPanel();
     EXPECT_TRUE(runway->testAttribute(Qt::WA_OpaquePaintEvent));
+}
+
+TEST_P(NotchViewTest, ItemsThatChangeDuringARunPaintTheirOwnBlackOnTheBody) {
+    expand();
+    for (bool roomy : {false, true}) {
+        store().setRoomy(roomy);
+        fitPanel();
+        const QPainterPath body = NotchShape{PanelLayout::expandedRadius}.path(QRectF(m_view.rect()));
+        for (const char* name : {"bestScore", "currentScore", "speedMeter"}) {
+            QWidget* item = child(name);
+            EXPECT_TRUE(item->testAttribute(Qt::WA_OpaquePaintEvent)) << name;
+            EXPECT_TRUE(body.contains(QRectF(item->geometry()))) << name << (roomy ? " roomy" : "");
+        }
+        const QImage image = shoot();
+        const QRect score = child("currentScore")->geometry();
+        EXPECT_EQ(probe::at(image, score.left() + 0.5, score.top() + 0.5), QColor(Qt::black));
+    }
 }
 
 TEST_P(NotchViewTest, SpeedMeterLightsOneBarPerLevel) {
