@@ -1,11 +1,12 @@
 #include "Vantrel/shell/StatusIcon.h"
 
+#include "Vantrel/pixels/BlockFill.h"
 #include "Vantrel/pixels/PixelDino.h"
 
 #include <QPainter>
-#include <QPainterPath>
 
 #include <algorithm>
+#include <vector>
 
 namespace vantrel::StatusIcon {
 
@@ -20,22 +21,27 @@ QImage render(int size) {
     const double width = cell * PixelDino::figureColumns;
     const double height = cell * PixelDino::figureRows;
     const QPointF topLeft((size - width) / 2, (size - height) / 2);
-    const QPainterPath figure = PixelDino::standingPath(PixelDino::feetRest, topLeft, cell);
+    std::vector<QRectF> figure;
+    PixelDino::addStanding(figure, PixelDino::feetRest, topLeft, cell);
 
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing, fit < 1);
     // The outline: the figure shifted by one cell in each of eight directions.
-    QPainterPath outline;
-    outline.setFillRule(Qt::WindingFill);
+    // As rectangles (a run of cells each), not one path of every cell: a path
+    // of some nine hundred squares took the rasteriser megabytes of scratch
+    // memory at start-up, which the heap then kept.
+    std::vector<QRectF> outline;
+    outline.reserve(figure.size() * 8);
     for (int dx = -1; dx <= 1; ++dx) {
         for (int dy = -1; dy <= 1; ++dy) {
             if (dx != 0 || dy != 0) {
-                outline.addPath(figure.translated(dx * cell, dy * cell));
+                for (const QRectF& r : figure) {
+                    outline.push_back(r.translated(dx * cell, dy * cell));
+                }
             }
         }
     }
-    painter.fillPath(outline, QColor::fromRgba(outlineColor));
-    painter.fillPath(figure, QColor::fromRgba(figureColor));
+    QPainter painter(&image);
+    BlockFill::fill(painter, outline, QColor::fromRgba(outlineColor));
+    BlockFill::fill(painter, figure, QColor::fromRgba(figureColor));
     return image;
 }
 
