@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 
 namespace vantrel {
 
@@ -29,9 +30,7 @@ GameStore::GameStore(std::unique_ptr<QSettings> settings, const Clock& clock, ui
       m_runner(seed != 0 ? seed : systemSeed()), m_best(m_preferences.best()),
       m_audio(new ArcadeAudio(this)) {
     m_timer.setTimerType(Qt::PreciseTimer);
-    // 16 ms rather than 16.67: each tick measures its own delta, and the
-    // runner's fixed sub-steps absorb the difference.
-    m_timer.setInterval(std::chrono::milliseconds(16));
+    m_timer.setInterval(std::chrono::milliseconds(17));
     connect(&m_timer, &QTimer::timeout, this, &GameStore::tick);
 }
 
@@ -268,7 +267,30 @@ void GameStore::startClock() {
         return;
     }
     m_lastTime = m_clock.now();
+    m_paceOrigin = m_lastTime;
+    m_pacedFrames = 0;
+    m_timer.setInterval(std::chrono::milliseconds(17));
     m_timer.start();
+}
+
+// Qt's timers count whole milliseconds, so a fixed 16 ms would draw 62.5
+// frames a second: on a 60 Hz screen one in twenty-five is never seen. Each
+// tick instead sets the wait to the next sixtieth of a second since the run's
+// clock started (16 or 17 ms); a tick more than a frame late starts the count
+// again rather than hurrying to catch up.
+void GameStore::paceNextFrame(double now) {
+    constexpr double frame = 1.0 / 60;
+    ++m_pacedFrames;
+    double wait = m_paceOrigin + static_cast<double>(m_pacedFrames + 1) * frame - now;
+    if (wait < 0.001) {
+        m_paceOrigin = now;
+        m_pacedFrames = 0;
+        wait = frame;
+    }
+    const int milliseconds = std::clamp(static_cast<int>(std::lround(wait * 1000)), 1, 17);
+    if (milliseconds != m_timer.interval()) {
+        m_timer.setInterval(std::chrono::milliseconds(milliseconds));
+    }
 }
 
 void GameStore::stopClock() {
@@ -285,6 +307,9 @@ void GameStore::tick() {
     const double now = m_clock.now();
     const double delta = now - m_lastTime;
     m_lastTime = now;
+    if (m_timer.isActive()) {
+        paceNextFrame(now);
+    }
 
     m_autopilot.steer();
     const int64_t jumpsBefore = m_runner.jumps();

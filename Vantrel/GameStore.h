@@ -164,6 +164,7 @@ private:
     void notifyRunnerChanged();
     void startClock();
     void stopClock();
+    void paceNextFrame(double now);
     void playerTookOver();
     void tick();
     void persistBest();
@@ -190,6 +191,8 @@ private:
     bool m_shortcutAvailable = true;
     QTimer m_timer;
     double m_lastTime = 0;
+    double m_paceOrigin = 0; // when the frame clock started counting sixtieths
+    int64_t m_pacedFrames = 0;
     qint64 m_bestAtStart = 0;
     ScoreCelebrations m_celebrations{0};
     ArcadeAudio* m_audio;
