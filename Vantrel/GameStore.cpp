@@ -315,11 +315,12 @@ void GameStore::tick() {
     const int64_t jumpsBefore = m_runner.jumps();
     const int64_t flyersBefore = m_runner.flyersSpawned();
     m_runner.advance(delta);
-    notifyRunnerChanged();
 
     if (m_runner.jumps() > jumpsBefore && soundEnabled()) {
         play(ArcadeCue::jump); // a buffered jump taken on landing
     }
+    // The banners and the best first, so that whoever draws on runnerChanged
+    // draws this frame's.
     double duckHint = m_duckHintRemaining;
     if (flyersBefore == 0 && m_runner.flyersSpawned() >= 1) {
         duckHint = duckHintSeconds; // the run's first pterodactyl has just appeared
@@ -342,6 +343,7 @@ void GameStore::tick() {
     if (score > m_best) {
         setBest(score); // shown live, written when the clock stops
     }
+    notifyRunnerChanged();
 
     if (m_runner.phase() == RunPhase::running) {
         return;

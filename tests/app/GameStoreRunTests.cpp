@@ -197,4 +197,32 @@ TEST_F(GameStoreRunTest, TheFrameClockTicksSixtyTimesASecondOnTheMainThread) {
     EXPECT_FALSE(timer.isActive());
 }
 
+TEST_F(GameStoreRunTest, AFrameIsAnnouncedWithItsOwnBannersAndBest) {
+    // Whoever draws on runnerChanged draws at once (straight to the window),
+    // so the banners' time and the best must already be this frame's.
+    auto store = makeStore();
+    store->act();
+    ASSERT_EQ(store->runner().phase(), RunPhase::running);
+    GameStoreTestAccess::setAward(*store, ScoreAward::milestone(1), 1.0);
+    GameStoreTestAccess::setDuckHintRemaining(*store, 2.0);
+    GameStoreTestAccess::setRunner(*store, runnerNear(99, 0));
+    double awardSeen = -1;
+    double duckSeen = -1;
+    int64_t bestSeen = -1;
+    QObject::connect(store.get(), &GameStore::runnerChanged, store.get(), [&] {
+        awardSeen = store->awardRemaining();
+        duckSeen = store->duckHintRemaining();
+        bestSeen = store->best();
+    });
+    for (int i = 0; i < 30; ++i) {
+        frame(*store);
+        ASSERT_EQ(store->runner().phase(), RunPhase::running);
+        EXPECT_EQ(awardSeen, store->awardRemaining()) << "frame " << i;
+        EXPECT_EQ(duckSeen, store->duckHintRemaining()) << "frame " << i;
+        EXPECT_EQ(bestSeen, store->best()) << "frame " << i;
+    }
+    EXPECT_NE(awardSeen, 1.0);
+    EXPECT_GT(bestSeen, 99);
+}
+
 } // namespace
