@@ -8,7 +8,7 @@ set -euo pipefail
 build_pkgs=(
   build-essential cmake ninja-build pkg-config git ca-certificates ccache
   qt6-base-dev qt6-base-dev-tools qt6-multimedia-dev libqt6svg6
-  libxcb1-dev libxcb-xinput-dev libxcb-keysyms1-dev libxcb-shape0-dev libxcb-xfixes0-dev libx11-dev libx11-xcb-dev libxkbcommon-dev libglib2.0-dev
+  libxcb1-dev libxcb-xinput-dev libxcb-keysyms1-dev libxcb-shape0-dev libxcb-xfixes0-dev libxcb-shm0-dev libx11-dev libx11-xcb-dev libxkbcommon-dev libglib2.0-dev
   libwayland-dev libwayland-bin wayland-protocols qt6-base-private-dev
   libsodium-dev nlohmann-json3-dev liburiparser-dev
   libgtest-dev libgmock-dev libbenchmark-dev npm
