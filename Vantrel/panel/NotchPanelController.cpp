@@ -27,6 +27,7 @@ namespace {
 QWidget* makeNotchView(NotchPanelController& controller) {
     GameStore& store = controller.store();
     auto* view = new NotchView(store);
+    view->setFramePresenter(controller.framePresenter());
     QObject::connect(view, &NotchView::actRequested, &store, &GameStore::act);
     QObject::connect(view, &NotchView::pauseRequested, &store, &GameStore::togglePause);
     QObject::connect(view, &NotchView::soundToggleRequested, &store,

@@ -52,6 +52,8 @@ public:
     PanelKeyboard& keyboard() { return *m_keyboard; }
     // The desktop's animation preference, for every animated part of the program.
     const platform::MotionPreference& motionPreference() const { return *m_services.motion; }
+    // Null where the runway's frames go through Qt's backing store.
+    platform::FramePresenter* framePresenter() const { return m_services.framePresenter.get(); }
     QScreen* selectedScreen() const;
     // The window that had focus before the playfield opened; 0 for none.
     quint64 previousWindow() const { return m_previousWindow; }

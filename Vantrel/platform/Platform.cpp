@@ -10,6 +10,7 @@
 #include "Vantrel/platform/x11/X11ActiveWindow.h"
 #include "Vantrel/platform/x11/X11Compositing.h"
 #include "Vantrel/platform/x11/X11DesktopPointer.h"
+#include "Vantrel/platform/x11/X11FramePresenter.h"
 #include "Vantrel/platform/x11/X11HotKey.h"
 #include "Vantrel/platform/x11/X11HoverStrip.h"
 #include "Vantrel/platform/x11/X11Support.h"
@@ -137,6 +138,11 @@ PlatformServices makePlatformServices(const QSettings& settings) {
         } else {
             services.notes
                 << QStringLiteral("compositing unknown (%1): the panel is cut to its outline").arg(error);
+        }
+        if (auto presenter = x11::X11FramePresenter::create(&error)) {
+            services.framePresenter = std::move(presenter);
+        } else {
+            services.notes << QStringLiteral("frames through Qt's backing store (%1)").arg(error);
         }
     }
     // Through XWayland the pointer over native windows is invisible to X11 clients

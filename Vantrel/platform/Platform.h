@@ -3,6 +3,7 @@
 #include "Vantrel/platform/ActiveWindow.h"
 #include "Vantrel/platform/Compositing.h"
 #include "Vantrel/platform/DesktopPointer.h"
+#include "Vantrel/platform/FramePresenter.h"
 #include "Vantrel/platform/HotKey.h"
 #include "Vantrel/platform/HoverStrip.h"
 #include "Vantrel/platform/MotionPreference.h"
@@ -33,6 +34,9 @@ struct PlatformServices {
     std::unique_ptr<MotionPreference> motion;
     // Null where the panel's own window is shown (X11); a layer surface on Wayland.
     std::unique_ptr<PanelSurface> panelSurface;
+    // Frames of the runway straight into the panel's window (X11 with shared
+    // memory); null where they go through Qt's backing store.
+    std::unique_ptr<FramePresenter> framePresenter;
     // Only on Wayland sessions (a layer surface, or an X11 window through XWayland);
     // elsewhere the do-nothing strip.
     std::unique_ptr<HoverStrip> hoverStrip;

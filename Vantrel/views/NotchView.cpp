@@ -101,11 +101,17 @@ NotchView::NotchView(const GameStore& store, QColor arcadeMint, QWidget* parent)
     connect(&m_store, &GameStore::runnerChanged, this, &NotchView::onRunnerChanged);
     connect(&m_store, &GameStore::phaseChanged, this, &NotchView::onPhaseChanged);
     connect(&m_store, &GameStore::bestChanged, this, [this] {
-        m_bestScore->update();
+        m_bestScore->refresh();
         syncBestText();
     });
-    connect(&m_store, &GameStore::isNewBestChanged, m_bestScore, qOverload<>(&QWidget::update));
-    connect(&m_store, &GameStore::awardRemainingChanged, m_currentScore, qOverload<>(&QWidget::update));
+    connect(&m_store, &GameStore::isNewBestChanged, m_bestScore, &PaintedItem::refresh);
+    // The banner's time runs down on every frame; the score only changes colour as it starts and ends.
+    connect(&m_store, &GameStore::awardRemainingChanged, this, [this] {
+        if ((m_store.awardRemaining() > 0) != m_shownAward) {
+            m_shownAward = !m_shownAward;
+            m_currentScore->refresh();
+        }
+    });
     connect(&m_store, &GameStore::soundEnabledChanged, this, [this] {
         m_soundButton->update();
         syncSoundTexts();
@@ -126,6 +132,13 @@ NotchView::NotchView(const GameStore& store, QColor arcadeMint, QWidget* parent)
 
 NotchView::~NotchView() = default;
 
+void NotchView::setFramePresenter(platform::FramePresenter* presenter) {
+    m_runway->setFramePresenter(presenter);
+    for (PaintedItem* item : {m_bestScore, m_currentScore, m_speedMeter}) {
+        item->setFramePresenter(presenter);
+    }
+}
+
 void NotchView::buildScores() {
     m_bestScore = new PaintedItem(
         [this](QPainter& painter, const QRectF& rect) {
@@ -137,7 +150,7 @@ void NotchView::buildScores() {
     m_currentScore = new PaintedItem(
         [this](QPainter& painter, const QRectF& rect) {
             drawScore(painter, rect, fiveDigits(m_store.runner().score()),
-                      m_store.awardRemaining() > 0 ? m_mint : ViewPalette::white(0.92), false);
+                      m_shownAward ? m_mint : ViewPalette::white(0.92), false);
         },
         this);
     m_currentScore->setObjectName(QStringLiteral("currentScore"));
@@ -281,7 +294,7 @@ void NotchView::syncRunTexts() {
     if (score != m_shownScore) {
         m_shownScore = score;
         m_currentScore->setAccessibleNameIfChanged(QStringLiteral("Current score %1").arg(score));
-        m_currentScore->update();
+        m_currentScore->refresh();
     }
     const int64_t level = m_store.runner().speedLevel();
     if (level != m_shownSpeedLevel) {
@@ -289,7 +302,7 @@ void NotchView::syncRunTexts() {
         const QString speed = QStringLiteral("Speed level %1 of 5").arg(level);
         m_speedMeter->setToolTipIfChanged(speed);
         m_speedMeter->setAccessibleNameIfChanged(speed);
-        m_speedMeter->update();
+        m_speedMeter->refresh();
     }
 }
 

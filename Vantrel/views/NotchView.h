@@ -18,6 +18,10 @@ class PaintedItem;
 class PeekingDinoGlyph;
 class RunwayView;
 
+namespace platform {
+class FramePresenter;
+}
+
 // The content of the notch panel: a black notch-shaped area that is just the
 // notch while collapsed, shows the peeking dinosaur's head below it while
 // peeking, and, expanded, holds the scores beside the notch, the runway and
@@ -47,6 +51,10 @@ public:
     QString peekAccessibleName() const;
 
     RunwayView* runway() const { return m_runway; }
+
+    // The runway, the scores and the speed meter, which change while a run
+    // runs, show their frames through `presenter` where they can (DirectFrames).
+    void setFramePresenter(platform::FramePresenter* presenter);
 
 signals:
     // The peek was clicked: expand the panel.
@@ -93,6 +101,7 @@ private:
     // neither repaints and renames nothing.
     int64_t m_shownScore = -1;
     int64_t m_shownSpeedLevel = -1;
+    bool m_shownAward = false; // the current score in the accent colour
 
     PaintedButton* m_peekButton;
     PeekingDinoGlyph* m_peekGlyph;

@@ -23,7 +23,27 @@ void PaintedItem::setOpaqueBackground(const QColor& color) {
     setAttribute(Qt::WA_OpaquePaintEvent, color.isValid() && color.alpha() == 255);
 }
 
+void PaintedItem::setFramePresenter(platform::FramePresenter* presenter) {
+    if (m_direct == nullptr) {
+        m_direct = new DirectFrames(*this);
+    }
+    m_direct->setPresenter(presenter);
+}
+
+void PaintedItem::refresh() {
+    const auto paint = [this](QPainter& painter) {
+        painter.fillRect(rect(), m_background);
+        m_painter(painter, QRectF(rect()));
+    };
+    if (m_direct == nullptr || !m_direct->present(paint)) {
+        update();
+    }
+}
+
 void PaintedItem::paintEvent(QPaintEvent*) {
+    if (m_direct != nullptr) {
+        m_direct->painted();
+    }
     QPainter painter(this);
     if (testAttribute(Qt::WA_OpaquePaintEvent)) {
         painter.fillRect(rect(), m_background);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Vantrel/views/DirectFrames.h"
+
 #include <QColor>
 #include <QWidget>
 
@@ -24,12 +26,19 @@ public:
     // it fills that colour itself, so its repaint does not repaint what is under it.
     void setOpaqueBackground(const QColor& color);
 
+    // An opaque item that changes while a run runs can show each change
+    // straight in the window (DirectFrames) instead of through Qt's repaint.
+    void setFramePresenter(platform::FramePresenter* presenter);
+    // Shows the item's new look: straight in the window where it can, else by update().
+    void refresh();
+
 protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
     Painter m_painter;
     QColor m_background;
+    DirectFrames* m_direct = nullptr;
 };
 
 } // namespace vantrel

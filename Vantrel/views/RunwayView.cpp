@@ -43,7 +43,7 @@ struct RunwayView::CardLines {
 };
 
 RunwayView::RunwayView(const GameStore& store, QColor mint, QWidget* parent)
-    : QWidget(parent), m_store(store), m_mint(mint) {
+    : QWidget(parent), m_store(store), m_mint(mint), m_direct(new DirectFrames(*this)) {
     installViewAccessibility();
     setObjectName(QStringLiteral("runway"));
     m_card = new PaintedButton(
@@ -58,7 +58,7 @@ RunwayView::RunwayView(const GameStore& store, QColor mint, QWidget* parent)
     connect(&m_store, &GameStore::isNewBestChanged, this, &RunwayView::layoutCard);
     for (auto signal : {&GameStore::awardChanged, &GameStore::awardRemainingChanged,
                         &GameStore::duckHintRemainingChanged}) {
-        connect(&m_store, signal, this, qOverload<>(&QWidget::update));
+        connect(&m_store, signal, this, &RunwayView::onOverlayChanged);
     }
     layoutCard();
 }
@@ -143,7 +143,12 @@ void RunwayView::setOnBody(bool onBody) {
 }
 
 void RunwayView::paintEvent(QPaintEvent*) {
+    m_direct->painted();
     QPainter painter(this);
+    paintContent(painter);
+}
+
+void RunwayView::paintContent(QPainter& painter) const {
     if (testAttribute(Qt::WA_OpaquePaintEvent)) {
         painter.fillRect(rect(), Qt::black);
     }
@@ -233,7 +238,19 @@ void RunwayView::onRunnerChanged() {
     if (m_store.runner().phase() == RunPhase::over) {
         m_card->update(); // the score line
     }
-    update();
+    // Straight to the window only while running: the card, a child widget, is hidden then.
+    const bool running = m_store.runner().phase() == RunPhase::running && !m_card->isVisibleTo(this);
+    if (!running || !m_direct->present([this](QPainter& painter) { paintContent(painter); })) {
+        update();
+    }
+}
+
+// The notices change on the store's tick before the runner does, so a frame
+// presented on runnerChanged shows them; otherwise they repaint the view.
+void RunwayView::onOverlayChanged() {
+    if (!m_direct->presented() || m_store.runner().phase() != RunPhase::running) {
+        update();
+    }
 }
 
 void RunwayView::resizeEvent(QResizeEvent*) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Vantrel/views/DirectFrames.h"
 #include "Vantrel/views/RunwayPainter.h"
 #include "VantrelCore/RunPhase.h"
 
@@ -54,6 +55,11 @@ public:
     // background to the panel.
     void setOnBody(bool onBody);
 
+    // While a run is running and the view lies on the body, each frame goes
+    // through `presenter` straight into the window, past Qt's repaint cycle;
+    // otherwise (and with none) the view repaints the ordinary way.
+    void setFramePresenter(platform::FramePresenter* presenter) { m_direct->setPresenter(presenter); }
+
 signals:
     // The player asked for the game action (start, jump, resume or retry).
     void actRequested();
@@ -67,6 +73,8 @@ private:
     struct CardLines;
 
     void onRunnerChanged();
+    void onOverlayChanged();
+    void paintContent(QPainter& painter) const;
     void layoutCard();
     CardLines cardLines() const;
     void paintCard(QPainter& painter, const QRectF& rect) const;
@@ -75,6 +83,7 @@ private:
     const GameStore& m_store;
     QColor m_mint;
     PaintedButton* m_card;
+    DirectFrames* m_direct;
 };
 
 } // namespace vantrel
