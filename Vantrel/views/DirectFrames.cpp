@@ -4,6 +4,7 @@
 
 #include <QImage>
 #include <QPainter>
+#include <QRegion>
 #include <QWidget>
 #include <QWindow>
 
@@ -28,6 +29,16 @@ void DirectFrames::setPresenter(platform::FramePresenter* presenter) {
 bool DirectFrames::present(const std::function<void(QPainter&)>& paint) {
     if (m_presenter == nullptr || !m_widget.testAttribute(Qt::WA_OpaquePaintEvent) || !m_widget.isVisible()) {
         return false;
+    }
+    // The frame covers the widget's whole rectangle: nothing of it may be clipped
+    // by a parent or hidden by a widget above, and no child may paint over it.
+    if (m_widget.visibleRegion() != QRegion(m_widget.rect())) {
+        return false;
+    }
+    for (const QObject* child : m_widget.children()) {
+        if (child->isWidgetType() && static_cast<const QWidget*>(child)->isVisible()) {
+            return false;
+        }
     }
     QWindow* handle = m_widget.window()->windowHandle();
     if (handle == nullptr) {

@@ -15,7 +15,8 @@ class FramePresenter;
 
 // Sends the frames of one widget straight into its window through a
 // FramePresenter, past Qt's repaint cycle, while that gives the same pixels:
-// the widget is shown, paints itself opaque and lies on whole device pixels.
+// the widget is shown whole (no parent clips it, nothing lies over it, no
+// child is shown), paints itself opaque and lies on whole device pixels.
 // The window then shows more than Qt's backing store holds, so when the
 // presenter reports the window's content lost, the widget repaints the
 // ordinary way.

@@ -230,4 +230,39 @@ TEST_F(DirectFramesTest, AnItemWithoutItsOwnBackgroundRepaintsTheOrdinaryWay) {
     EXPECT_EQ(m_presenter->framesPresented(), 0);
 }
 
+TEST_F(DirectFramesTest, AnItemClippedOrCoveredRepaintsTheOrdinaryWay) {
+    QWidget window;
+    window.resize(200, 60);
+    window.setAutoFillBackground(true);
+    auto* item = new PaintedItem(
+        [](QPainter& painter, const QRectF& rect) { painter.fillRect(rect, Qt::red); }, &window);
+    item->setOpaqueBackground(Qt::black);
+    item->setGeometry(150, 10, 100, 20); // half of it beyond the window's right edge
+    item->setFramePresenter(m_presenter.get());
+    showAndSettle(window);
+    PaintCounter paints(*item);
+    item->refresh();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return paints.count >= 1; }, 2000));
+    EXPECT_EQ(m_presenter->framesPresented(), 0);
+
+    item->setGeometry(20, 8, 100, 20);  // on whole device pixels at 1.25 too
+    auto* cover = new QWidget(&window); // an opaque sibling above a corner of it
+    cover->setAutoFillBackground(true);
+    cover->setGeometry(100, 0, 40, 20);
+    cover->show();
+    QTest::qWait(50);
+    paints.count = 0;
+    item->refresh();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return paints.count >= 1; }, 2000));
+    EXPECT_EQ(m_presenter->framesPresented(), 0);
+
+    delete cover;
+    QTest::qWait(50);
+    paints.count = 0;
+    item->refresh(); // whole and uncovered now
+    EXPECT_EQ(m_presenter->framesPresented(), 1);
+    QTest::qWait(50);
+    EXPECT_EQ(paints.count, 0);
+}
+
 } // namespace
