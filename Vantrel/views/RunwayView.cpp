@@ -238,8 +238,8 @@ void RunwayView::onRunnerChanged() {
     if (m_store.runner().phase() == RunPhase::over) {
         m_card->update(); // the score line
     }
-    // Straight to the window only while running: the card, a child widget, is hidden then.
-    const bool running = m_store.runner().phase() == RunPhase::running && !m_card->isVisibleTo(this);
+    // Straight to the window only while running (the card, a shown child, also keeps it out).
+    const bool running = m_store.runner().phase() == RunPhase::running;
     if (!running || !m_direct->present([this](QPainter& painter) { paintContent(painter); })) {
         update();
     }

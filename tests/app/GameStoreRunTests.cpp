@@ -49,6 +49,15 @@ protected:
         m_clock.advance(1.0 / 60);
         store.runFrame();
     }
+    // The first hundred of a first run, with sound: a milestone fanfare on, the record waiting behind it.
+    std::unique_ptr<GameStore> storeWithFanfare() {
+        auto store = makeStore();
+        store->setSoundEnabled(true);
+        store->act();
+        GameStoreTestAccess::setRunner(*store, GameStoreTestAccess::runnerNear(100, 0.5));
+        frame(*store);
+        return store;
+    }
     static bool playing(GameStore& store, ArcadeCue cue) {
         WavPlayer* player = store.audio().cachedPlayer(cue);
         return player != nullptr && player->isPlaying();
@@ -62,27 +71,12 @@ protected:
         }
         return store.audio().activeReward() != nullptr || !store.audio().pendingRewards().empty();
     }
-    // A running run `pointsBefore` points short of `score`, on a clear runway.
-    static Runner runnerNear(int64_t score, double pointsBefore) {
-        Runner runner(3);
-        runner.start();
-        RunnerTestAccess::clearObstacles(runner);
-        RunnerTestAccess::addObstacle(runner, {0, 1e6, 16, 26, false, ObstacleKind::cactus, 0});
-        RunnerTestAccess::setDistance(runner, static_cast<double>(score) * 12 - pointsBefore);
-        return runner;
-    }
-
     QTemporaryDir m_dir;
     ManualClock m_clock;
 };
 
 TEST_F(GameStoreRunTest, ANewRunStopsTheSoundsOfTheLastOne) {
-    auto store = makeStore();
-    store->setSoundEnabled(true);
-    store->act();
-    // The first hundred of a first run: a milestone fanfare on, the record waiting behind it.
-    GameStoreTestAccess::setRunner(*store, runnerNear(100, 0.5));
-    frame(*store);
+    auto store = storeWithFanfare();
     ASSERT_NE(store->audio().activeReward(), nullptr);
     ASSERT_FALSE(store->audio().pendingRewards().empty());
     // The run ends while they still sound.
@@ -98,11 +92,7 @@ TEST_F(GameStoreRunTest, ANewRunStopsTheSoundsOfTheLastOne) {
 }
 
 TEST_F(GameStoreRunTest, AJumpIsNoNewRunAndKeepsTheFanfare) {
-    auto store = makeStore();
-    store->setSoundEnabled(true);
-    store->act();
-    GameStoreTestAccess::setRunner(*store, runnerNear(100, 0.5));
-    frame(*store);
+    auto store = storeWithFanfare();
     ASSERT_NE(store->audio().activeReward(), nullptr);
     // A jump in the middle of a run is no new run: the fanfare plays on.
     Runner grounded = store->runner();
@@ -113,11 +103,7 @@ TEST_F(GameStoreRunTest, AJumpIsNoNewRunAndKeepsTheFanfare) {
 }
 
 TEST_F(GameStoreRunTest, PauseStopsEverySound) {
-    auto store = makeStore();
-    store->setSoundEnabled(true);
-    store->act();
-    GameStoreTestAccess::setRunner(*store, runnerNear(100, 0.5));
-    frame(*store);
+    auto store = storeWithFanfare();
     ASSERT_NE(store->audio().activeReward(), nullptr);
     ASSERT_FALSE(store->audio().pendingRewards().empty());
 
@@ -139,7 +125,7 @@ TEST_F(GameStoreRunTest, PauseSavesTheBestScore) {
     auto store = makeStore();
     ASSERT_EQ(store->best(), 10);
     store->act();
-    GameStoreTestAccess::setRunner(*store, runnerNear(45, 0));
+    GameStoreTestAccess::setRunner(*store, GameStoreTestAccess::runnerNear(45, 0));
     frame(*store);
     ASSERT_EQ(store->runner().phase(), RunPhase::running);
     EXPECT_EQ(store->best(), 45);
@@ -157,7 +143,7 @@ TEST_F(GameStoreRunTest, PauseSavesTheRunsScoreEvenWhenTheShownBestLagsBehind) {
     auto store = makeStore();
     store->act();
     // A run at 30 whose frame has not yet raised the best.
-    GameStoreTestAccess::setRunner(*store, runnerNear(30, 0));
+    GameStoreTestAccess::setRunner(*store, GameStoreTestAccess::runnerNear(30, 0));
     ASSERT_EQ(store->best(), 10);
     store->pause();
     EXPECT_EQ(store->best(), 30);
@@ -205,7 +191,7 @@ TEST_F(GameStoreRunTest, AFrameIsAnnouncedWithItsOwnBannersAndBest) {
     ASSERT_EQ(store->runner().phase(), RunPhase::running);
     GameStoreTestAccess::setAward(*store, ScoreAward::milestone(1), 1.0);
     GameStoreTestAccess::setDuckHintRemaining(*store, 2.0);
-    GameStoreTestAccess::setRunner(*store, runnerNear(99, 0));
+    GameStoreTestAccess::setRunner(*store, GameStoreTestAccess::runnerNear(99, 0));
     double awardSeen = -1;
     double duckSeen = -1;
     int64_t bestSeen = -1;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "RunnerTestAccess.h"
+
 #include "Vantrel/GameStore.h"
 
 #include <optional>
@@ -21,6 +23,15 @@ struct GameStoreTestAccess {
         store.setDuckHintRemaining(remaining);
     }
     static void setIsNewBest(GameStore& store, bool value) { store.setIsNewBest(value); }
+    // A running runner placed `pointsBefore` points short of `score`, with a clear runway.
+    static Runner runnerNear(int64_t score, double pointsBefore, uint64_t seed = 3) {
+        Runner runner(seed);
+        runner.start();
+        RunnerTestAccess::clearObstacles(runner);
+        RunnerTestAccess::addObstacle(runner, {0, 1e6, 16, 26, false, ObstacleKind::cactus, 0});
+        RunnerTestAccess::setDistance(runner, static_cast<double>(score) * 12 - pointsBefore);
+        return runner;
+    }
     // The frame clock's timer, for its interval and kind.
     static const QTimer& frameTimer(const GameStore& store) { return store.m_timer; }
 };

@@ -61,16 +61,6 @@ protected:
         store.runFrame();
     }
 
-    // A running runner placed `pointsBefore` points short of `score`, with a clear runway.
-    static Runner runnerNear(int64_t score, double pointsBefore, uint64_t seed = 3) {
-        Runner runner(seed);
-        runner.start();
-        RunnerTestAccess::clearObstacles(runner);
-        RunnerTestAccess::addObstacle(runner, {0, 1e6, 16, 26, false, ObstacleKind::cactus, 0});
-        RunnerTestAccess::setDistance(runner, static_cast<double>(score) * 12 - pointsBefore);
-        return runner;
-    }
-
     QTemporaryDir m_dir;
     int m_fileIndex = 0;
     ManualClock m_clock;
@@ -216,7 +206,7 @@ TEST_F(GameStoreTest, FirstRunCelebratesAtHundred) {
     store->setSoundEnabled(true);
     store->act();
     ASSERT_EQ(m_cues, std::vector<ArcadeCue>{ArcadeCue::jump});
-    Runner near = runnerNear(100, 0.5);
+    Runner near = GameStoreTestAccess::runnerNear(100, 0.5);
     GameStoreTestAccess::setRunner(*store, near);
     m_cues.clear();
     frame(*store);
@@ -233,7 +223,7 @@ TEST_F(GameStoreTest, BannerCountsDownAndClearsOnlyOnNewRun) {
     writeFile("[General]\nbestScore=5000\n");
     auto store = makeStore();
     store->act();
-    GameStoreTestAccess::setRunner(*store, runnerNear(200, 0.5));
+    GameStoreTestAccess::setRunner(*store, GameStoreTestAccess::runnerNear(200, 0.5));
     frame(*store);
     ASSERT_EQ(store->award(), ScoreAward::milestone(200));
     EXPECT_EQ(store->awardRemaining(), 1.1);
@@ -271,7 +261,7 @@ TEST_F(GameStoreTest, CrashAfterBeatingTheBestKeepsTheRecordOnDisk) {
     writeFile("[General]\nbestScore=40\n");
     auto store = makeStore();
     store->act();
-    Runner runner = runnerNear(45, 0);
+    Runner runner = GameStoreTestAccess::runnerNear(45, 0);
     RunnerTestAccess::clearObstacles(runner);
     RunnerTestAccess::addObstacle(runner, {0, Runner::dinoX, 16, 26, false, ObstacleKind::cactus, 0});
     RunnerTestAccess::setHeight(runner, 0);
@@ -290,7 +280,7 @@ TEST_F(GameStoreTest, LongTickPausesWithoutCrashSound) {
     auto store = makeStore();
     store->setSoundEnabled(true);
     store->act();
-    GameStoreTestAccess::setRunner(*store, runnerNear(30, 0));
+    GameStoreTestAccess::setRunner(*store, GameStoreTestAccess::runnerNear(30, 0));
     m_cues.clear();
     frame(*store, 0.3);
     EXPECT_EQ(store->runner().phase(), RunPhase::paused);
@@ -321,7 +311,7 @@ TEST_F(GameStoreTest, ResumeRestartsTheClockWithoutSimulatingPausedTime) {
 TEST_F(GameStoreTest, TogglePauseInOverDoesNothingAndActStartsFresh) {
     auto store = makeStore();
     store->act();
-    Runner runner = runnerNear(200, 0.5);
+    Runner runner = GameStoreTestAccess::runnerNear(200, 0.5);
     GameStoreTestAccess::setRunner(*store, runner);
     frame(*store);
     ASSERT_TRUE(store->award().has_value());
@@ -349,7 +339,7 @@ TEST_F(GameStoreTest, TogglePauseInOverDoesNothingAndActStartsFresh) {
 TEST_F(GameStoreTest, FirstFlyerShowsTheDuckHint) {
     auto store = makeStore();
     store->act();
-    Runner runner = runnerNear(260, 0);
+    Runner runner = GameStoreTestAccess::runnerNear(260, 0);
     RunnerTestAccess::clearObstacles(runner); // an empty runway spawns at once: the certain first flyer
     GameStoreTestAccess::setRunner(*store, runner);
     frame(*store);
@@ -365,7 +355,7 @@ TEST_F(GameStoreTest, DuckCueOnlyWhenDownTakesEffect) {
     store->setDucking(true); // ready: no effect
     EXPECT_TRUE(m_cues.empty());
     store->act();
-    GameStoreTestAccess::setRunner(*store, runnerNear(10, 0));
+    GameStoreTestAccess::setRunner(*store, GameStoreTestAccess::runnerNear(10, 0));
     m_cues.clear();
     store->setDucking(true);
     store->setDucking(true);
@@ -377,7 +367,7 @@ TEST_F(GameStoreTest, BufferedJumpOnLandingPlaysJump) {
     auto store = makeStore();
     store->setSoundEnabled(true);
     store->act();
-    GameStoreTestAccess::setRunner(*store, runnerNear(10, 0));
+    GameStoreTestAccess::setRunner(*store, GameStoreTestAccess::runnerNear(10, 0));
     store->act(); // take off
     while (!(store->runner().velocity() < 0 && store->runner().height() < 8)) {
         frame(*store, 1.0 / 120);
@@ -395,14 +385,14 @@ TEST_F(GameStoreTest, SoundOffDuringRewardStopsItAndSilencesLaterCues) {
     auto store = makeStore();
     store->setSoundEnabled(true);
     store->act();
-    GameStoreTestAccess::setRunner(*store, runnerNear(100, 0.5));
+    GameStoreTestAccess::setRunner(*store, GameStoreTestAccess::runnerNear(100, 0.5));
     frame(*store);
     ASSERT_FALSE(m_cues.empty());
     store->setSoundEnabled(false);
     EXPECT_TRUE(store->audio().pendingRewards().empty());
     EXPECT_EQ(store->audio().activeReward(), nullptr);
     m_cues.clear();
-    GameStoreTestAccess::setRunner(*store, runnerNear(200, 0.5));
+    GameStoreTestAccess::setRunner(*store, GameStoreTestAccess::runnerNear(200, 0.5));
     frame(*store);
     EXPECT_TRUE(m_cues.empty());
     EXPECT_EQ(QSettings(path(), QSettings::IniFormat).value("soundEnabled").toString(), "false");
@@ -411,7 +401,7 @@ TEST_F(GameStoreTest, SoundOffDuringRewardStopsItAndSilencesLaterCues) {
 TEST_F(GameStoreTest, FreshRunPersistsAndStartsAtOnce) {
     auto store = makeStore();
     store->act();
-    GameStoreTestAccess::setRunner(*store, runnerNear(77, 0));
+    GameStoreTestAccess::setRunner(*store, GameStoreTestAccess::runnerNear(77, 0));
     frame(*store);
     store->freshRun();
     EXPECT_EQ(QSettings(path(), QSettings::IniFormat).value("bestScore").toLongLong(), 77);

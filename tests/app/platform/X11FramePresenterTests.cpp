@@ -3,7 +3,7 @@
 // in opaque and translucent windows, frame after frame and at changing sizes,
 // and says when the window lost them.
 
-#include "XServerProbe.h"
+#include "PresenterTest.h"
 
 #include "Vantrel/platform/Platform.h"
 #include "Vantrel/platform/x11/X11FramePresenter.h"
@@ -38,24 +38,11 @@ void paintPattern(QImage& image, int frame) {
     }
 }
 
-class X11FramePresenterTest : public ::testing::Test {
+class X11FramePresenterTest : public PresenterTest {
 protected:
-    void SetUp() override {
-        if (QGuiApplication::platformName() != QLatin1String("xcb")) {
-            GTEST_SKIP() << "needs the xcb platform on an X server, not "
-                         << qPrintable(QGuiApplication::platformName());
-        }
-        // A connection of our own reads back what the server shows.
-        m_probe = std::make_unique<XServerProbe>();
-        ASSERT_TRUE(m_probe->ok());
-        QString error;
-        m_presenter = X11FramePresenter::create(&error);
-        ASSERT_NE(m_presenter, nullptr) << qPrintable(error);
-    }
     void TearDown() override {
-        m_presenter.reset();
         m_window.reset();
-        m_probe.reset();
+        PresenterTest::TearDown();
     }
 
     // A shown, exposed top-level window of 240 x 160 points painted grey by Qt.
@@ -104,8 +91,6 @@ protected:
     }
     uint8_t depthOf(QWindow* window) { return m_probe->depth(static_cast<xcb_window_t>(window->winId())); }
 
-    std::unique_ptr<XServerProbe> m_probe;
-    std::unique_ptr<X11FramePresenter> m_presenter;
     std::unique_ptr<QWidget> m_window;
 };
 

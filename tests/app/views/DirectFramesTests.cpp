@@ -6,10 +6,9 @@
 // repainted the ordinary way.
 
 #include "ViewScenes.h"
-#include "platform/XServerProbe.h"
+#include "platform/PresenterTest.h"
 
 #include "Vantrel/platform/Platform.h"
-#include "Vantrel/platform/x11/X11FramePresenter.h"
 #include "Vantrel/views/NotchView.h"
 #include "Vantrel/views/PaintedItem.h"
 #include "Vantrel/views/RunwayView.h"
@@ -29,7 +28,6 @@
 
 using namespace vantrel;
 using namespace vantrel::scenes;
-using vantrel::platform::x11::X11FramePresenter;
 
 namespace {
 
@@ -48,24 +46,8 @@ protected:
     }
 };
 
-class DirectFramesTest : public ::testing::Test {
+class DirectFramesTest : public PresenterTest {
 protected:
-    void SetUp() override {
-        if (QGuiApplication::platformName() != QLatin1String("xcb")) {
-            GTEST_SKIP() << "needs the xcb platform on an X server, not "
-                         << qPrintable(QGuiApplication::platformName());
-        }
-        m_probe = std::make_unique<XServerProbe>();
-        ASSERT_TRUE(m_probe->ok());
-        QString error;
-        m_presenter = X11FramePresenter::create(&error);
-        ASSERT_NE(m_presenter, nullptr) << qPrintable(error);
-    }
-    void TearDown() override {
-        m_presenter.reset();
-        m_probe.reset();
-    }
-
     static double ratio() { return qGuiApp->devicePixelRatio(); }
     static bool wholeScale() { return ratio() == std::floor(ratio()); }
 
@@ -112,9 +94,6 @@ protected:
         ASSERT_TRUE(QTest::qWaitForWindowExposed(&widget));
         QTest::qWait(50); // Qt's first paint and flush
     }
-
-    std::unique_ptr<XServerProbe> m_probe;
-    std::unique_ptr<X11FramePresenter> m_presenter;
 };
 
 Moment movingMoment(int frame) {
