@@ -106,6 +106,7 @@ NotchView::NotchView(const GameStore& store, QColor arcadeMint, QWidget* parent)
     });
     connect(&m_store, &GameStore::isNewBestChanged, m_bestScore, &PaintedItem::refresh);
     // The banner's time runs down on every frame; the score only changes colour as it starts and ends.
+    m_shownAward = m_store.awardRemaining() > 0;
     connect(&m_store, &GameStore::awardRemainingChanged, this, [this] {
         if ((m_store.awardRemaining() > 0) != m_shownAward) {
             m_shownAward = !m_shownAward;
@@ -150,7 +151,7 @@ void NotchView::buildScores() {
     m_currentScore = new PaintedItem(
         [this](QPainter& painter, const QRectF& rect) {
             drawScore(painter, rect, fiveDigits(m_store.runner().score()),
-                      m_shownAward ? m_mint : ViewPalette::white(0.92), false);
+                      m_store.awardRemaining() > 0 ? m_mint : ViewPalette::white(0.92), false);
         },
         this);
     m_currentScore->setObjectName(QStringLiteral("currentScore"));

@@ -101,7 +101,7 @@ private:
     // neither repaints and renames nothing.
     int64_t m_shownScore = -1;
     int64_t m_shownSpeedLevel = -1;
-    bool m_shownAward = false; // the current score in the accent colour
+    bool m_shownAward = false; // whether the current score shows in the accent colour
 
     PaintedButton* m_peekButton;
     PeekingDinoGlyph* m_peekGlyph;

@@ -31,11 +31,7 @@ void PaintedItem::setFramePresenter(platform::FramePresenter* presenter) {
 }
 
 void PaintedItem::refresh() {
-    const auto paint = [this](QPainter& painter) {
-        painter.fillRect(rect(), m_background);
-        m_painter(painter, QRectF(rect()));
-    };
-    if (m_direct == nullptr || !m_direct->present(paint)) {
+    if (m_direct == nullptr || !m_direct->present([this](QPainter& painter) { paintContent(painter); })) {
         update();
     }
 }
@@ -45,6 +41,10 @@ void PaintedItem::paintEvent(QPaintEvent*) {
         m_direct->painted();
     }
     QPainter painter(this);
+    paintContent(painter);
+}
+
+void PaintedItem::paintContent(QPainter& painter) {
     if (testAttribute(Qt::WA_OpaquePaintEvent)) {
         painter.fillRect(rect(), m_background);
     }

@@ -36,6 +36,8 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    void paintContent(QPainter& painter);
+
     Painter m_painter;
     QColor m_background;
     DirectFrames* m_direct = nullptr;
