@@ -242,7 +242,6 @@ X11FramePresenter::Buffer* X11FramePresenter::freeBuffer(size_t bytes) {
     if (done != nullptr) {
         return done;
     }
-    ++m_waits;
     waitUntilRead(*oldest);
     return oldest;
 }

@@ -38,9 +38,6 @@ public:
 
     // Frames handed to the server so far.
     int64_t framesPresented() const { return m_framesPresented; }
-    // Frames for which the server had read none of the images, so the
-    // presenter waited for one.
-    int64_t waits() const { return m_waits; }
 
 private:
     struct Buffer {
@@ -80,7 +77,6 @@ private:
     Target m_target;
     bool m_disabled = false;
     int64_t m_framesPresented = 0;
-    int64_t m_waits = 0;
 };
 
 } // namespace vantrel::platform::x11
