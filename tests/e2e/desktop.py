@@ -44,13 +44,14 @@ class Desktop:
             # Onboarding done unless a test is about the first launch.
             f.write("[General]\n" + ("hasCompletedOnboarding=true\n" if onboarded else "") + extra_settings)
         # Two servers started at once may race for a display number: the loser exits, sometimes only
-        # after it has reported the number (then openbox meets the winner's desktop); try again.
+        # after it has reported the number (then openbox meets the winner's desktop, and the winner's
+        # own openbox may find the loser's already managing it and exit); try again.
         for attempt in range(3):
             try:
                 self._start_session(width, height, session_bus)
                 break
             except (RuntimeError, AssertionError) as error:
-                lost = isinstance(error, RuntimeError) or any(
+                lost = isinstance(error, RuntimeError) or "openbox exited" in str(error) or any(
                     p.args[0] == "Xvfb" and p.poll() is not None for p in self.procs)
                 self._stop_procs()
                 if attempt == 2 or not lost:
