@@ -209,7 +209,8 @@ void PortalHotKey::request(const QString& method, const QList<QVariant>& argumen
     // may wait for the user, so the call itself has the bus's usual timeout.
     auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
     const quint64 generation = m_generation;
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, generation, method] {
+    const QString expected = m_request;
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher, generation, method, expected] {
         watcher->deleteLater();
         if (generation != m_generation) {
             return;
@@ -218,6 +219,12 @@ void PortalHotKey::request(const QString& method, const QList<QVariant>& argumen
         if (reply.isError()) {
             fail(State::refused, QStringLiteral("the GlobalShortcuts portal refused %1 (%2: %3)")
                                      .arg(method, reply.error().name(), reply.error().message()));
+            return;
+        }
+        // The reply can come after the request's Response: if it landed before
+        // the watcher existed, its report is queued behind the answer. The answer
+        // was heard, and listening for it again would miss the next request's.
+        if (m_request != expected) {
             return;
         }
         const QString handle = reply.value().path();

@@ -193,10 +193,27 @@ TEST_F(PortalTest, AnAnswerWithoutTheShortcutIsNotABinding) {
     ASSERT_TRUE(startPortal("unbound"));
     GlobalShortcut shortcut(std::make_unique<platform::PortalHotKey>(appId), [] {});
     EXPECT_TRUE(shortcut.registerHotKey());
-    ASSERT_TRUE(QTest::qWaitFor([&] { return shortcut.state() != State::pending; }, 10000));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return shortcut.state() != State::pending; }, 10000))
+        << "still pending: " << shortcut.detail().toStdString();
     EXPECT_EQ(shortcut.state(), State::refused);
     EXPECT_TRUE(shortcut.errorString().contains("without binding it"))
         << shortcut.errorString().toStdString();
+}
+
+// The reply that names a request can reach this process after the request's
+// answer: the reply may land before anything watches for it, and is then queued
+// behind a Response that came on its heels.
+TEST_F(PortalTest, AnAnswerThatOvertakesItsReplyIsStillHeard) {
+    ASSERT_TRUE(startPortal("early"));
+    int toggles = 0;
+    GlobalShortcut shortcut(std::make_unique<platform::PortalHotKey>(appId), [&] { ++toggles; });
+    EXPECT_TRUE(shortcut.registerHotKey());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return shortcut.state() != State::pending; }, 10000))
+        << "still pending: " << shortcut.detail().toStdString();
+    EXPECT_EQ(shortcut.state(), State::active) << shortcut.detail().toStdString();
+    EXPECT_EQ(calls("BindShortcuts").size(), 1);
+    command("activate toggle");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return toggles == 1; }, 5000));
 }
 
 TEST_F(PortalTest, ASessionTheDesktopClosesIsNoLongerActive) {

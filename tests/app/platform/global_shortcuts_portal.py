@@ -18,6 +18,8 @@ Ends when standard input closes.
 --mode answer   answer as a portal whose user accepts (default)
 --mode decline  answer BindShortcuts with response 1 (the user cancelled)
 --mode unbound  answer BindShortcuts with success but an empty list of shortcuts
+--mode early    accept, but send each Response before the reply that names its
+                request, as the client sees it when the reply overtakes its caller
 --mode silent   accept CreateSession but never send its Response, as a portal
                 stuck behind a dialog nobody answers
 --mode hang     never reply to anything, not even the version property
@@ -136,7 +138,10 @@ class Portal(dbus.service.Object):
             request.remove_from_connection()
             return False
 
-        GLib.idle_add(send)
+        if self.mode == "early":
+            send()
+        else:
+            GLib.idle_add(send)
 
     # org.freedesktop.DBus.Properties, for the interface's version property.
     @dbus.service.method(PROPERTIES, in_signature="ss", out_signature="v",
@@ -174,8 +179,10 @@ class Portal(dbus.service.Object):
         request = self.new_request(sender, options)
         session_path = "%s/session/%s/%s" % (PATH, sender_element(sender), options["session_handle_token"])
         self.sessions[session_path] = Session(self.bus, session_path, self, sender)
+        if self.mode == "early":
+            self.respond(request, 0, {"session_handle": dbus.ObjectPath(session_path)})
         reply(dbus.ObjectPath(request.path))
-        if self.mode != "silent":
+        if self.mode not in ("silent", "early"):
             self.respond(request, 0, {"session_handle": dbus.ObjectPath(session_path)})
 
     @dbus.service.method(SHORTCUTS, in_signature="oa(sa{sv})sa{sv}", out_signature="o", sender_keyword="sender")
@@ -245,7 +252,7 @@ class Portal(dbus.service.Object):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("log")
-    parser.add_argument("--mode", default="answer", choices=["answer", "decline", "unbound", "silent", "hang"])
+    parser.add_argument("--mode", default="answer", choices=["answer", "decline", "unbound", "early", "silent", "hang"])
     args = parser.parse_args()
     dbus.mainloop.glib.DBusGMainLoop(set_as_default=True)
     bus = dbus.SessionBus()
